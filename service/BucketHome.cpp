@@ -39,15 +39,6 @@ objects::RetryPolicy hasty()
     return policy;
 }
 
-objects::Credentials credentials()
-{
-    try {
-        return objects::findCredentials();
-    } catch (const std::exception& error) {
-        throw StartRefused(error.what());
-    }
-}
-
 /** Files that a killed service left there have no use. */
 fs::path emptyScratch(const fs::path& dataFolder)
 {
@@ -60,11 +51,20 @@ fs::path emptyScratch(const fs::path& dataFolder)
 
 } // namespace
 
+objects::Credentials requireCredentials()
+{
+    try {
+        return objects::findCredentials();
+    } catch (const std::exception& error) {
+        throw StartRefused(error.what());
+    }
+}
+
 BucketHome::BucketHome(const objects::BucketAddress& address, const HomeParts& parts)
     : parts_(parts),
       scratch_(emptyScratch(parts.dataFolder)),
-      bucket_(address, credentials(), machineClock_, patient()),
-      probes_(address, credentials(), machineClock_, hasty()),
+      bucket_(address, requireCredentials(), machineClock_, patient()),
+      probes_(address, requireCredentials(), machineClock_, hasty()),
       probeKey_("probes/" + randomHex(16)),
       contents_(parts.database, bucket_, parts.clock),
       pool_(threads)

@@ -45,4 +45,7 @@ private:
     WorkPool pool_; // the last member: its threads use the others
 };
 
+/** As objects::findCredentials(). Throws StartRefused instead of its errors. */
+objects::Credentials requireCredentials();
+
 } // namespace kelvo

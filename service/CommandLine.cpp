@@ -30,6 +30,15 @@ void addVerify(CLI::App& app, CommandLine& result)
     });
 }
 
+/** The error text; empty: the text is no URL. */
+std::string refuseUrl(const std::string& text)
+{
+    return text.find("://") == std::string::npos
+               ? ""
+               : "give the data folder of a service with SQLite: a service on a database server"
+                 " cannot be moved";
+}
+
 void addMigrate(CLI::App& app, CommandLine& result)
 {
     CLI::App* migrate = app.add_subcommand(
@@ -39,8 +48,10 @@ void addMigrate(CLI::App& app, CommandLine& result)
         "Stop the service first. If the command is interrupted, run it again: it goes on.\n"
         "At the end it checks all rows and contents, and marks the folder as moved.\n"
         "Exit code 0: the service has moved; 1: it has not moved, because something in its folder\n"
-        "is damaged; 2: refused; 3: failed, run it again.");
-    migrate->add_option("--from", options->from, "The service's data folder")->required();
+        "or in the bucket is damaged; 2: refused; 3: failed, run it again.");
+    migrate->add_option("--from", options->from, "The service's data folder")
+        ->check(CLI::Validator(refuseUrl, "DIR"))
+        ->required();
     addReadOption(*migrate, *options, "--database", readServer<MigrateOptions>,
                   "An empty PostgreSQL database, as in the command serve", "");
     addReadOption(*migrate, *options, "--contents", readContents<MigrateOptions>,

@@ -20,10 +20,7 @@ std::string described(const std::string& name)
  */
 bool requirePlace(soci::session& sql, const std::string& wanted)
 {
-    if (!store::unfinishedMove(sql).empty()) {
-        throw StartRefused("a service is moving into this database: run kelvo-service migrate"
-                           " again until it has finished");
-    }
+    refuseUnfinishedMove(sql);
     const std::string found = store::contentsPlace(sql);
     if (found != wanted && !store::mayMoveContents(sql)) {
         throw StartRefused("the files of this database are in " + described(found) + ", not in " +
@@ -42,6 +39,14 @@ std::unique_ptr<ContentsHome> openHome(const ContentsPlace& place, const HomePar
 }
 
 } // namespace
+
+void refuseUnfinishedMove(soci::session& sql)
+{
+    if (!store::unfinishedMove(sql).empty()) {
+        throw StartRefused("a service is moving into this database: run kelvo-service migrate"
+                           " again until it has finished");
+    }
+}
 
 std::unique_ptr<ContentsHome> openContents(const ContentsPlace& place, const HomeParts& parts)
 {

@@ -70,4 +70,7 @@ struct HomeParts
  */
 std::unique_ptr<ContentsHome> openContents(const ContentsPlace& place, const HomeParts& parts);
 
+/** Throws StartRefused while a service is moving into the database. */
+void refuseUnfinishedMove(soci::session& sql);
+
 } // namespace kelvo

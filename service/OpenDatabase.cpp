@@ -32,15 +32,6 @@ void refuseFilesWithoutDatabase(const DataFolder& folder)
     }
 }
 
-void refuseMoved(const DataFolder& folder)
-{
-    if (std::filesystem::exists(folder.path() / movedName)) {
-        throw StartRefused("the service of the data folder " + folder.path().string() +
-                           " has moved to a database on a server, which the file " + movedName +
-                           " names: start its instances");
-    }
-}
-
 /**
  * A backup that started beside the earlier service may still read. Its lock can delay the migration
  * of an older schema.
@@ -68,7 +59,6 @@ std::unique_ptr<store::Database> openFile(const DataFolder& folder, const Databa
                            ", because backup and verify read it there: correct --database");
     }
     requireOwnDatabase(folder.path());
-    refuseMoved(folder);
     refuseFilesWithoutDatabase(folder);
     return openWithRetries([&file] { return store::makeSqlite(file.string()); }, readersOfFile);
 }
@@ -107,6 +97,11 @@ void requireOwnDatabase(const std::filesystem::path& folder)
                            " belongs to an instance on the database server that its file " +
                            serverName +
                            " names; the server's own tools copy and check the database");
+    }
+    if (std::filesystem::exists(folder / movedName)) {
+        throw StartRefused("the service of the data folder " + folder.string() +
+                           " has moved to a database on a server, which the file " + movedName +
+                           " names: use its instances, because the data in the folder are old");
     }
 }
 

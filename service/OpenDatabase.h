@@ -25,7 +25,10 @@ bool isOnServer(const std::filesystem::path& folder);
 /** The URL of that server. Throws std::system_error. */
 std::string serverOf(const std::filesystem::path& folder);
 
-/** Throws StartRefused if it does. */
+/**
+ * Throws StartRefused if the service in this folder keeps its rows on a database server, or has
+ * moved to one: two services with the rows of one service would change them independently.
+ */
 void requireOwnDatabase(const std::filesystem::path& folder);
 
 } // namespace kelvo

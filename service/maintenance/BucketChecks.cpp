@@ -10,7 +10,22 @@ namespace kelvo::maintenance {
 
 namespace {
 
-constexpr const char* otherBytes = "its bytes differ from the uploaded bytes";
+/** Reads the object of a chunk. Returns what is damaged. */
+std::string damageOfObject(objects::Bucket& bucket, const store::Chunk& chunk, std::string& bytes)
+{
+    const std::string object = "the object " + chunk.key + " of the bucket " + bucket.name();
+    try {
+        bytes = bucket.get(chunk.key, 0, static_cast<std::size_t>(chunk.sizeBytes));
+    } catch (const objects::ObjectMissing&) {
+        return object + " is missing";
+    } catch (const Unavailable&) {
+        if (bucket.sizeOf(chunk.key) == static_cast<std::uint64_t>(chunk.sizeBytes)) {
+            throw;
+        }
+        return object + " has another size";
+    }
+    return sha256Hex(bytes) == chunk.sha256 ? "" : object + " has other bytes";
+}
 
 /** Adds the chunks to the digest. Returns what is damaged. */
 std::string damageOfChunks(objects::Bucket& bucket, const std::vector<store::Chunk>& chunks,
@@ -22,13 +37,9 @@ std::string damageOfChunks(objects::Bucket& bucket, const std::vector<store::Chu
             break;
         }
         std::string bytes;
-        try {
-            bytes = bucket.get(chunk.key, 0, static_cast<std::size_t>(chunk.sizeBytes));
-        } catch (const objects::ObjectMissing&) {
-            return "the object " + chunk.key + " is missing";
-        }
-        if (sha256Hex(bytes) != chunk.sha256) {
-            return otherBytes;
+        std::string damage = damageOfObject(bucket, chunk, bytes);
+        if (!damage.empty()) {
+            return damage;
         }
         digest.add(bytes.data(), bytes.size());
         end = chunk.end();
@@ -75,7 +86,7 @@ std::string BucketChecks::damageOf(const WantedContent& content)
     if (!damage.empty()) {
         return damage;
     }
-    return digest.finishHex() == content.sha256 ? "" : otherBytes;
+    return digest.finishHex() == content.sha256 ? "" : "its bytes differ from the uploaded bytes";
 }
 
 std::string BucketChecks::damageOf(const OpenUpload& upload)
@@ -125,6 +136,7 @@ void BucketChecks::checkPage(const std::vector<WantedContent>& page, VerifyRepor
         if (!damage.empty()) {
             report.damages.push_back("content " + content.sha256 + " (" + content.firstFile +
                                      "): " + damage);
+            report.damagedBucket = bucket_.name();
         } else {
             report.bytes += static_cast<std::uint64_t>(content.sizeBytes);
         }
@@ -148,6 +160,7 @@ void BucketChecks::checkUploads(VerifyReport& report)
         if (!damage.empty()) {
             const std::lock_guard lock(reporting_);
             report.damages.push_back("upload " + upload.id + ": " + damage);
+            report.damagedBucket = bucket_.name();
         }
     };
     runAtOnce(uploads.size(), check);

@@ -96,6 +96,12 @@ std::vector<std::string> checkRows(soci::session& sql)
     return wrong;
 }
 
+void allowLongStatements(soci::session& sql)
+{
+    sql << "SET LOCAL statement_timeout = 0";
+    sql << "SET LOCAL idle_in_transaction_session_timeout = 0";
+}
+
 std::vector<std::string> checkDatabase(soci::session& sql)
 {
     std::vector<std::string> wrong;

@@ -1,5 +1,6 @@
 #include "service/maintenance/FleetVerify.h"
 
+#include "service/BucketHome.h"
 #include "service/BucketMarker.h"
 #include "service/DataFolder.h"
 #include "service/base/Clock.h"
@@ -19,6 +20,7 @@ void readAtOnce(const store::Dialect& dialect, soci::session& sql,
 {
     sql << dialect.beginRead();
     try {
+        allowLongStatements(sql);
         query(sql);
         sql << "COMMIT";
     } catch (...) {
@@ -33,10 +35,7 @@ void readAtOnce(const store::Dialect& dialect, soci::session& sql,
 
 void requireOpenPlace(soci::session& sql, const ContentsPlace& place)
 {
-    if (!store::unfinishedMove(sql).empty()) {
-        throw StartRefused("a service is moving into this database: run kelvo-service migrate"
-                           " again until it has finished");
-    }
+    refuseUnfinishedMove(sql);
     const std::string found = store::contentsPlace(sql);
     if (found != place.name({})) {
         throw StartRefused("the contents are in " + (found.empty() ? "no bucket yet" : found) +
@@ -61,11 +60,10 @@ VerifyReport verifyFleet(const std::string& server, const ContentsPlace& place, 
     read([&](soci::session& rows) {
         requireOpenPlace(rows, place);
         known = knownObject(rows);
-        rows << "SET LOCAL statement_timeout = 0"; // a rule may walk a large table
         report.damages = checkRows(rows);
     });
     const SystemClock clock;
-    objects::Bucket bucket(*place.bucket, objects::findCredentials(), clock);
+    objects::Bucket bucket(*place.bucket, requireCredentials(), clock);
     requireMarker(known, bucket);
     BucketChecks(read, bucket, progress).run(report);
     return report;

@@ -102,6 +102,11 @@ int runVerify(const VerifyOptions& options)
 {
     const VerifyReport report = verifyOrRefuse(options);
     printAll("damaged", report.damages);
+    if (!report.isClean() && !report.damagedBucket.empty()) {
+        std::printf("repair: put each named object back into the bucket %s under its key, from a"
+                    " version or a copy of it, or upload the file again\n",
+                    report.damagedBucket.c_str());
+    }
     printAll("leftover", report.leftovers);
     if (report.serviceRuns) {
         std::printf("not judged: leftovers of crashes, because the service runs\n");
@@ -141,7 +146,11 @@ int runMigrate(const MigrateOptions& options)
     progress.end();
     printAll("damaged", report.damages);
     if (!report.damages.empty()) {
-        std::printf("not moved: %zu damaged\n", report.damages.size());
+        const std::string place = report.damagedBucket.empty()
+                                      ? "the folder"
+                                      : "the bucket " + report.damagedBucket +
+                                            ": give another bucket and an empty database";
+        std::printf("not moved: %zu damaged in %s\n", report.damages.size(), place.c_str());
         return damaged;
     }
     if (report.hadMoved) {

@@ -27,13 +27,16 @@ namespace {
 /** Before the folder is locked: the lock would make a missing folder. */
 void requireSource(const fs::path& from)
 {
+    if (isOnServer(from)) {
+        throw StartRefused("the service of " + from.string() +
+                           " is on a database server already: nothing is to move");
+    }
     if (!fs::exists(from / databaseName)) {
         throw StartRefused("there is no database in " + from.string());
     }
     if (fs::exists(from / unfinishedRestoreName)) {
         throw StartRefused("a restore of " + from.string() + " is unfinished");
     }
-    requireOwnDatabase(from);
 }
 
 /** A service without users has never started completely. */
@@ -98,9 +101,15 @@ private:
 void readBack(MoveTarget& target, Progress& progress, MoveReport& report)
 {
     VerifyReport found;
-    const auto read = [&target](const auto& query) { target.database().readNow(query); };
+    const auto read = [&target](const auto& query) {
+        target.database().readNow([&query](soci::session& sql) {
+            allowLongStatements(sql);
+            query(sql);
+        });
+    };
     BucketChecks(read, target.bucket(), progress).run(found);
     report.damages = std::move(found.damages);
+    report.damagedBucket = std::move(found.damagedBucket);
     report.contents = found.contents;
     report.bytes = found.bytes;
 }
@@ -114,8 +123,11 @@ void copyAll(soci::session& source, const fs::path& root, MoveTarget& target, Pr
     if (!report.damages.empty()) {
         return;
     }
-    const MovedRows moved = target.database().writeNow(
-        [&](store::Transaction& transaction) { return moveRows(source, transaction, progress); });
+    MovedRows moved;
+    target.write([&](store::Transaction& transaction) {
+        allowLongStatements(transaction.sql);
+        moved = moveRows(source, transaction, progress);
+    });
     report.tables = moved.tables;
     report.rows = moved.rows;
     readBack(target, progress, report);

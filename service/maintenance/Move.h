@@ -14,6 +14,7 @@ namespace kelvo::maintenance {
 struct MoveReport
 {
     std::vector<std::string> damages; // with damages the service has not moved
+    std::string damagedBucket;        // which has the damages; empty: the source has them
     std::uint64_t tables = 0;
     std::uint64_t rows = 0;
     std::uint64_t contents = 0; // all are read back from the bucket and checked

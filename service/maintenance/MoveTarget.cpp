@@ -1,8 +1,10 @@
 #include "service/maintenance/MoveTarget.h"
 
+#include "service/BucketHome.h"
 #include "service/BucketMarker.h"
 #include "service/DataFolder.h"
 #include "service/ServiceClock.h"
+#include "service/base/Random.h"
 #include "service/store/PlaceTable.h"
 
 #include <soci/soci.h>
@@ -42,9 +44,11 @@ bool isUnused(soci::session& sql)
     return store::serviceIdentity(sql).empty() && store::contentsPlace(sql).empty();
 }
 
+/** The note of a move in the database is the source, a colon and a number of the process. */
 void requireFree(soci::session& sql, const std::string& source)
 {
-    const std::string moving = store::unfinishedMove(sql);
+    const std::string note = store::unfinishedMove(sql);
+    const std::string moving = note.substr(0, note.find(':'));
     if (moving == source || (moving.empty() && isUnused(sql))) {
         return;
     }
@@ -68,15 +72,6 @@ std::unique_ptr<store::Database> openFree(const std::string& server, const std::
     return std::make_unique<store::Database>(store::makePostgresql(server));
 }
 
-objects::Credentials credentials()
-{
-    try {
-        return objects::findCredentials();
-    } catch (const std::exception& error) {
-        throw StartRefused(error.what());
-    }
-}
-
 void requireSamePlace(soci::session& sql, const std::string& wanted)
 {
     const std::string found = store::contentsPlace(sql);
@@ -90,7 +85,9 @@ void requireSamePlace(soci::session& sql, const std::string& wanted)
 
 MoveTarget::MoveTarget(const std::string& server, const ContentsPlace& contents,
                        const std::string& source)
-    : database_(openFree(server, source)), bucket_(*contents.bucket, credentials(), clock_)
+    : move_(source + ':' + randomHex(8)),
+      database_(openFree(server, source)),
+      bucket_(*contents.bucket, requireCredentials(), clock_)
 {
     if (const std::string wrong = wrongClock(*database_, clock_); !wrong.empty()) {
         throw StartRefused("the clock " + wrong);
@@ -99,17 +96,25 @@ MoveTarget::MoveTarget(const std::string& server, const ContentsPlace& contents,
     database_->writeNow([&](store::Transaction& transaction) {
         requireFree(transaction.sql, source);
         requireSamePlace(transaction.sql, place);
-        if (store::unfinishedMove(transaction.sql) != source) {
-            store::setUnfinishedMove(transaction, source);
-        }
+        store::setUnfinishedMove(transaction, move_);
     });
     contents_ = std::make_unique<chunks::ChunkedContents>(*database_, bucket_, clock_);
     requireMarker(database_->readNow(knownObject), bucket_);
     setMarker(*database_, bucket_);
-    database_->writeNow([&](store::Transaction& transaction) {
+    write([&place](store::Transaction& transaction) {
         if (store::contentsPlace(transaction.sql) != place) {
             store::setContentsPlace(transaction.sql, place); // only now: the bucket can be used
         }
+    });
+}
+
+void MoveTarget::write(const std::function<void(store::Transaction&)>& change)
+{
+    database_->writeNow([&](store::Transaction& transaction) {
+        if (store::unfinishedMove(transaction.sql) != move_) {
+            throw StartRefused("another process continues this move, or has finished it");
+        }
+        change(transaction);
     });
 }
 
@@ -122,8 +127,7 @@ bool MoveTarget::hasMoved(const std::string& server, const std::string& source)
 
 void MoveTarget::open()
 {
-    database_->writeNow(
-        [](store::Transaction& transaction) { store::setUnfinishedMove(transaction, {}); });
+    write([](store::Transaction& transaction) { store::setUnfinishedMove(transaction, {}); });
 }
 
 } // namespace kelvo::maintenance

@@ -7,6 +7,7 @@
 #include "service/objects/Bucket.h"
 #include "service/store/Database.h"
 
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -30,10 +31,17 @@ public:
     content::Contents& contents() { return *contents_; }
     objects::Bucket& bucket() { return bucket_; }
 
-    /** Instances may start from now on. */
+    /**
+     * Changes the rows in one transaction. Throws StartRefused if another process has continued or
+     * finished the move meanwhile: the rows are then its rows, or those of instances.
+     */
+    void write(const std::function<void(store::Transaction&)>& change);
+
+    /** Instances may start from now on. Throws as write(). */
     void open();
 
 private:
+    const std::string move_; // in the database while this process is the latest one to move
     const SystemClock clock_;
     const std::unique_ptr<store::Database> database_;
     objects::Bucket bucket_;

@@ -1,10 +1,12 @@
 #include "service/maintenance/Restore.h"
 
 #include "service/DataFolder.h"
+#include "service/maintenance/DatabaseChecks.h"
 #include "service/maintenance/DatabaseCopy.h"
 #include "service/maintenance/FileCopies.h"
 #include "service/maintenance/FolderSwap.h"
 #include "service/maintenance/StoreFiles.h"
+#include "service/store/Errors.h"
 #include "service/store/Records.h"
 #include "service/store/Schema.h"
 
@@ -127,6 +129,18 @@ CopyReport copyAll(const fs::path& from, const fs::path& to)
     return report;
 }
 
+/** Call in a transaction of beginWrite(). No instance starts before its end. */
+void requireNoInstance(const store::Dialect& dialect, soci::session& sql)
+{
+    const int schema = store::currentSchema();
+    try {
+        dialect.relyOnSchema(sql, schema, schema + 1);
+    } catch (const store::SchemaInUse&) {
+        throw StartRefused("an instance or another command uses the database on the server: stop"
+                           " all instances first");
+    }
+}
+
 } // namespace
 
 CopyReport restore(const fs::path& from, const fs::path& dataFolder, bool force)
@@ -161,7 +175,8 @@ long long leaveGapOnServer(const std::string& server)
     const auto session = dialect->connect();
     requireSchema(*session, true);
     const std::string transaction = dialect->beginWrite(*session, {store::Scope::all()});
-    *session << "SET LOCAL statement_timeout = 0"; // a fleet has many events
+    requireNoInstance(*dialect, *session);
+    allowLongStatements(*session); // a fleet has many events
     leaveGap(*session);
     long long farms = 0;
     *session << "SELECT COUNT(*) FROM farms", soci::into(farms);

@@ -27,7 +27,8 @@ CopyReport restore(const std::filesystem::path& from, const std::filesystem::pat
 /**
  * For a database that the server's own tools have restored: its ids and event numbers continue
  * after the same gap. Call it before an instance starts. Returns the number of farms. Throws
- * StartRefused if the schema is not the schema of this program; std::exception if it failed.
+ * StartRefused if an instance runs on the database or the schema is not the schema of this program;
+ * std::exception if it failed.
  */
 long long leaveGapOnServer(const std::string& server);
 

@@ -1,5 +1,6 @@
 #include "service/maintenance/Verify.h"
 
+#include "service/BucketHome.h"
 #include "service/DataFolder.h"
 #include "service/base/Clock.h"
 #include "service/base/FileStatus.h"
@@ -168,7 +169,7 @@ VerifyReport verify(const fs::path& dataFolder, const std::optional<ContentsPlac
     const SystemClock clock;
     std::optional<objects::Bucket> bucket;
     if (place && place->bucket) {
-        bucket.emplace(*place->bucket, objects::findCredentials(), clock);
+        bucket.emplace(*place->bucket, requireCredentials(), clock);
     }
     objects::Bucket* const used = bucket ? &*bucket : nullptr;
     const std::string name = place ? place->name(dataFolder) : "";

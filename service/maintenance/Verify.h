@@ -15,6 +15,7 @@ struct VerifyReport
 {
     std::vector<std::string> damages;   // something is lost or wrong
     std::vector<std::string> leftovers; // of a crash; the service removes them
+    std::string damagedBucket;          // which has damaged contents or uploads; empty: none
     bool serviceRuns = false;           // leftovers cannot be told from work in progress
     std::uint64_t contents = 0;
     std::uint64_t bytes = 0;

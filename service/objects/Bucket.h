@@ -61,6 +61,8 @@ public:
     Bucket(BucketAddress address, Credentials credentials, const Clock& clock,
            RetryPolicy policy = {});
 
+    const std::string& name() const { return address_.bucket; }
+
     /**
      * Returns when the store has the object. `sha256` of the bytes, in hexadecimal: the store
      * refuses other bytes.

@@ -44,14 +44,14 @@ void setContentsMarker(Transaction& transaction, const std::string& key)
 
 std::string unfinishedMove(soci::session& sql)
 {
-    std::string source;
-    sql << "SELECT moving_from FROM contents_place", into(source);
-    return source;
+    std::string note;
+    sql << "SELECT moving_from FROM contents_place", into(note);
+    return note;
 }
 
-void setUnfinishedMove(Transaction& transaction, const std::string& source)
+void setUnfinishedMove(Transaction& transaction, const std::string& note)
 {
-    transaction.sql << "UPDATE contents_place SET moving_from = :source", use(source);
+    transaction.sql << "UPDATE contents_place SET moving_from = :note", use(note);
 }
 
 std::string serviceIdentity(soci::session& sql)

@@ -25,13 +25,13 @@ std::string contentsMarker(soci::session& sql);
 void setContentsMarker(Transaction& transaction, const std::string& key);
 
 /**
- * The source of a move into this database that is unfinished, as serviceIdentity(); empty: none. No
- * instance may start meanwhile.
+ * The note of an unfinished move into this database, which begins with the serviceIdentity() of the
+ * source; empty: none. No instance may start meanwhile.
  */
 std::string unfinishedMove(soci::session& sql);
 
-/** Begins a move into this database; empty: ends it. */
-void setUnfinishedMove(Transaction& transaction, const std::string& source);
+/** Begins or continues a move into this database; empty: ends it. */
+void setUnfinishedMove(Transaction& transaction, const std::string& note);
 
 /** Tells services apart: the time when the first user was made. Empty: no user. */
 std::string serviceIdentity(soci::session& sql);

@@ -1,8 +1,10 @@
 """The audit trail: logins and changes, in the database and in the log."""
 
+import configparser
 import contextlib
 import json
 import os
+import shlex
 import shutil
 import sqlite3
 import subprocess
@@ -132,6 +134,25 @@ class Fail2ban(AuditTest):
             file.write(self.service.log())
         run = subprocess.run([FAIL2BAN, "--out", "ip", log, FILTER], capture_output=True, text=True, check=False)
         self.assertEqual(run.stdout.split(), ["127.0.0.1"] * 5, run.stderr)
+
+
+class Journal(unittest.TestCase):
+    """The records of the journal that fail2ban reads. systemd gives all instances of a template one slice."""
+
+    def setUp(self):
+        filters = configparser.RawConfigParser()
+        filters.read(FILTER)
+        self.matches = [dict(term.split("=", 1) for term in match.split("\n"))
+                        for match in "\n".join(shlex.split(filters["Definition"]["journalmatch"])).split("\n+\n")]
+
+    def is_read(self, unit, slice_name):
+        record = {"_SYSTEMD_UNIT": unit, "_SYSTEMD_SLICE": slice_name}
+        return any(match.items() <= record.items() for match in self.matches)
+
+    def test_the_service_and_the_instances_of_a_fleet_are_read(self):
+        self.assertTrue(self.is_read("kelvo-service.service", "system.slice"))
+        self.assertTrue(self.is_read("kelvo-service@one.service", r"system-kelvo\x2dservice.slice"))
+        self.assertFalse(self.is_read("other.service", "system.slice"))
 
 
 if __name__ == "__main__":

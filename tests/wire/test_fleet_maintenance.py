@@ -9,10 +9,11 @@ import unittest
 
 from kelvowire.farm import add_farms_and_users, log_in, make_inbox
 from kelvowire.http import Client
-from kelvowire.postgresql import program, start_postgresql
+from kelvowire.postgresql import NO_TIMEOUT, WALKED_FILES, program, start_postgresql
 from kelvowire.service import BINARY, GUARD_SECONDS, Service
 
 BUCKET = os.environ["KELVO_TEST_BUCKET"]
+NAME = BUCKET.removeprefix("s3://").partition("?")[0]
 CONTENT = random.Random(32).randbytes(8 * 1024 * 1024 + 300_000)  # two chunks
 
 server = None
@@ -125,8 +126,21 @@ class Verifying(FleetTest):
         self.olga.put("whole.zip", [self.inbox], b"whole")
         server.psql("UPDATE content_chunks SET object_key = 'chunks/none' WHERE start_byte > 0", self.database)
         out = self.verify(code=1)
-        self.assertIn(f'(file {file["id"]} "lost.zip" of farm 1 "Hill Farm"): the object chunks/none is missing', out)
+        self.assertIn(f'(file {file["id"]} "lost.zip" of farm 1 "Hill Farm"): the object chunks/none of the bucket {NAME}'
+                      " is missing", out)
+        self.assertIn(f"repair: put each named object back into the bucket {NAME}", out)
         self.assertIn("verified 2 contents, 5 bytes; 1 damaged", out)
+        self.olga.put("again.zip", [self.inbox], CONTENT)
+        self.assertIn("; 0 damaged", self.verify())
+
+    def test_an_object_of_another_size_is_damaged(self):
+        self.olga.put("long.zip", [self.inbox], b"a long field")
+        self.olga.put("short.zip", [self.inbox], b"a field")
+        key = server.psql("SELECT object_key FROM content_chunks WHERE size_bytes = 7", self.database).stdout.strip()
+        server.psql(f"UPDATE content_chunks SET object_key = '{key}' WHERE size_bytes = 12", self.database)
+        out = self.verify(code=1)
+        self.assertIn(f"the object {key} of the bucket {NAME} has another size", out)
+        self.assertIn("verified 2 contents, 7 bytes; 1 damaged", out)
 
     def test_a_damaged_chunk_of_a_content_and_of_an_upload_is_found(self):
         self.olga.put("field.zip", [self.inbox], b"a field")
@@ -134,8 +148,8 @@ class Verifying(FleetTest):
         for table in ("content_chunks", "upload_chunks"):
             server.psql(f"UPDATE {table} SET sha256 = repeat('0', 64)", self.database)
         out = self.verify(code=1)
-        self.assertRegex(out, r'"field.zip" of farm 1 "Hill Farm"\): its bytes differ from the uploaded bytes')
-        self.assertIn(f"upload {upload}: its bytes differ from the uploaded bytes", out)
+        self.assertRegex(out, r'"field.zip" of farm 1 "Hill Farm"\): the object chunks/\w+ of the bucket \S+ has other bytes\n')
+        self.assertRegex(out, rf"upload {upload}: the object chunks/\w+ of the bucket \S+ has other bytes\n")
 
     def test_a_broken_rule_of_the_rows_is_found(self):
         self.olga.put("field.zip", [self.inbox], b"a field")
@@ -146,6 +160,12 @@ class Verifying(FleetTest):
             with self.subTest(found=found):
                 server.psql(change, self.database)
                 self.assertIn(found, self.verify(code=1))
+
+    def test_a_long_walk_over_the_rows_has_no_timeout(self):
+        self.olga.put("field.zip", [self.inbox], b"a field")
+        self.service.stop()
+        server.psql(f"{NO_TIMEOUT}; {WALKED_FILES}", self.database)
+        self.assertIn("verified 1 contents, 7 bytes; 0 damaged", self.verify())
 
     def test_another_bucket_and_a_missing_one_are_refused(self):
         code, _, err = run("verify", "--data", self.service.folder)
@@ -178,6 +198,11 @@ class Backup(FleetTest):
         self.anna.delete("/bin", (200, 204))
         self.olga.tus("DELETE", upload, 204)
         later = self.olga.put("later.zip", [self.inbox], b"after the dump")[0]
+        newest = self.olga.snapshot()["cursor"]
+        code, _, err = run("restore", "--database", self.url)
+        self.assertEqual(code, 2)
+        self.assertIn("stop all instances first", err)
+        self.assertEqual(self.olga.snapshot()["cursor"], newest)
         self.service.stop()
 
         restored = server.make_database("restored")

@@ -13,13 +13,17 @@ import unittest
 from kelvowire.events import EventStream
 from kelvowire.farm import add_farms_and_users, log_in, make_inbox
 from kelvowire.http import Client
-from kelvowire.postgresql import program, start_postgresql
+from kelvowire.postgresql import NO_TIMEOUT, WALKED_FILES, program, start_postgresql
 from kelvowire.service import BINARY, GUARD_SECONDS, Service, run_refused
 
 BUCKET = os.environ["KELVO_TEST_BUCKET"]
 CONTENT = random.Random(31).randbytes(8 * 1024 * 1024 + 300_000)  # two chunks
 RECEIVED = 70_000  # bytes of the open upload
 WRITERS_LOCK = "SELECT pg_advisory_xact_lock(118083355569921)"
+OPENING_LOCK = "SELECT pg_advisory_xact_lock(1)"
+LOCK_AT_THE_OPENING = f"""
+CREATE FUNCTION at_opening() RETURNS TRIGGER LANGUAGE plpgsql AS $$ BEGIN {OPENING_LOCK.replace("SELECT", "PERFORM")}; RETURN NEW; END $$;
+CREATE TRIGGER at_opening BEFORE UPDATE ON contents_place FOR EACH ROW WHEN (NEW.moving_from = '') EXECUTE FUNCTION at_opening()"""
 
 # The rows of these tables belong to a place and not to the service; docs/adr/0033 says why.
 TABLES_OF_A_PLACE = {"schema_version", "contents_place"}
@@ -148,12 +152,26 @@ class MigrateTest(unittest.TestCase):
         self.assertEqual(process.returncode, code, out + err)
         return out + err
 
+    def begin(self):
+        """A migration that makes the schema of the target and fails at the bucket."""
+        self.assertIn("object store", self.run_migrate(3, contents=BUCKET.replace("s3://", "s3://missing-")))
+
     def kill_at(self, lock):
         with Held(self.database, lock) as held:
             process = migrate(self.source, self.url)
             held.await_waiter(process)
             process.kill()
             process.communicate()
+
+    def change_at(self, lock, change, code):
+        """Changes the database while a migration waits for the lock. Returns the output of the migration."""
+        with Held(self.database, lock) as held:
+            process = migrate(self.source, self.url)
+            held.await_waiter(process)
+            server.psql(change, self.database)
+        out, err = process.communicate(timeout=GUARD_SECONDS)
+        self.assertEqual(process.returncode, code, out + err)
+        return out + err
 
     def moved(self):
         """An instance on the target. It has the authority of the source, which the consoles trust."""
@@ -170,7 +188,7 @@ class Moves(MigrateTest):
         self.fill()
         self.source.stop()
         self.kill_at(WRITERS_LOCK)  # before the first change
-        self.assertIn("object store", self.run_migrate(3, contents=BUCKET.replace("s3://", "s3://missing-")))
+        self.begin()
         self.kill_at("LOCK TABLE users IN ACCESS SHARE MODE")  # all contents are there, no row
         self.assertGreater(number(self.database, "SELECT COUNT(*) FROM contents"), 0)
 
@@ -188,10 +206,15 @@ class Moves(MigrateTest):
         before = self.answers(self.source)
         self.source.stop()
         rows = tables_of(self.source)
-        self.kill_at("SELECT FROM contents_place FOR UPDATE")  # the folder is marked, the target is closed
+        self.backup = os.path.join(self.source.root, "backup")
+        subprocess.run([BINARY, "backup", "--data", self.source.folder, "--to", self.backup], check=True,
+                       capture_output=True, timeout=GUARD_SECONDS)
+        server.psql(LOCK_AT_THE_OPENING, self.database)
+        self.kill_at(OPENING_LOCK)  # the folder is marked, the target is closed
         code, _, err = run_refused(self.source.folder)
         self.assertEqual(code, 2)
         self.assertIn("has moved to a database on a server", err)
+        self.check_has_no_copy()
         code, _, err = run_refused(os.path.join(self.source.root, "early"), "--database", self.url, "--contents", BUCKET)
         self.assertEqual(code, 2)
         self.assertIn("a service is moving into this database", err)
@@ -205,6 +228,17 @@ class Moves(MigrateTest):
         self.check_goes_on(moved)
         moved.stop()
         moved.check_log()
+
+    def check_has_no_copy(self):
+        """The moved folder can neither be copied without its mark nor replaced by an older copy."""
+        for words in (("backup", "--to", os.path.join(self.source.root, "copy")),
+                      ("restore", "--from", self.backup, "--force")):
+            result = subprocess.run([BINARY, *words, "--data", self.source.folder], capture_output=True, text=True,
+                                    timeout=GUARD_SECONDS, check=False)
+            self.assertEqual(result.returncode, 2, result.stdout)
+            self.assertIn("use its instances, because the data in the folder are old", result.stderr)
+        self.assertFalse(os.path.exists(os.path.join(self.source.root, "copy")))
+        self.assertTrue(os.path.exists(self.source.path("moved.to")))
 
     def check_rows(self, rows):
         for table in sorted(rows.keys() - TABLES_OF_A_PLACE):
@@ -258,16 +292,77 @@ class OtherPlaces(MigrateTest):
         moved.stop()
 
 
+class Targets(MigrateTest):
+    def setUp(self):
+        super().setUp()
+        inbox = make_inbox(self.olga)
+        for content in (b"field one", b"field two"):
+            self.olga.put(f"{content.decode()}.zip", [inbox], content)
+        self.source.stop()
+        self.begin()
+
+    def test_the_rows_of_an_opened_target_stay(self):
+        """Another process has finished the same move meanwhile, and instances have changed rows."""
+        change = "UPDATE contents_place SET moving_from = ''; INSERT INTO counters (name, value) VALUES ('kept', 1)"
+        out = self.change_at("LOCK TABLE contents IN EXCLUSIVE MODE", change, code=2)
+        self.assertIn("another process continues this move, or has finished it", out)
+        self.assertEqual(number(self.database, "SELECT COUNT(*) FROM counters WHERE name = 'kept'"), 1)
+        self.assertFalse(os.path.exists(self.source.path("moved.to")))
+
+    def test_a_process_ends_if_another_one_continues_its_move(self):
+        with Held(self.database, "LOCK TABLE contents IN EXCLUSIVE MODE") as held:
+            process = migrate(self.source, self.url)
+            held.await_waiter(process)
+            server.psql("UPDATE contents_place SET moving_from = split_part(moving_from, ':', 1) || ':other'", self.database)
+        _, err = process.communicate(timeout=GUARD_SECONDS)
+        self.assertEqual(process.returncode, 2, err)
+        self.assertIn("another process continues this move", err)
+        self.run_migrate()
+
+    def test_an_object_that_comes_back_with_other_bytes_ends_the_move(self):
+        swap = "UPDATE content_chunks SET object_key = (SELECT MAX(object_key) FROM content_chunks)"
+        out = self.change_at("LOCK TABLE users IN ACCESS SHARE MODE", swap, code=1)
+        self.assertRegex(out, r"damaged: content .* the object chunks/\w+ of the bucket \S+ has other bytes\n")
+        self.assertIn("not moved: 1 damaged in the bucket", out)
+        self.assertFalse(os.path.exists(self.source.path("moved.to")))
+        code, _, err = run_refused(os.path.join(self.source.root, "early"), "--database", self.url, "--contents", BUCKET)
+        self.assertEqual(code, 2)
+        self.assertIn("a service is moving into this database", err)
+        self.source.start()
+        self.source.stop()
+
+    def test_no_statement_of_a_large_move_has_a_timeout(self):
+        server.psql(f"""{NO_TIMEOUT};
+            CREATE FUNCTION at_rows() RETURNS TRIGGER LANGUAGE plpgsql AS $$ BEGIN
+                PERFORM has_no_timeout();
+                RETURN NEW;
+            END $$;
+            CREATE TRIGGER at_rows BEFORE INSERT ON files FOR EACH ROW EXECUTE FUNCTION at_rows();
+            CREATE FUNCTION at_commit() RETURNS TRIGGER LANGUAGE plpgsql AS $$ BEGIN
+                IF to_regclass('all_files') IS NULL THEN {WALKED_FILES}; END IF;
+                RETURN NULL;
+            END $$;
+            CREATE CONSTRAINT TRIGGER at_commit AFTER INSERT ON farms DEFERRABLE INITIALLY DEFERRED
+                FOR EACH ROW EXECUTE FUNCTION at_commit()""", self.database)
+        self.assertIn("moved 2 contents", self.run_migrate())
+        self.assertEqual(number(self.database, "SELECT COUNT(*) FROM all_files"), 2)
+
+
 class Refusals(MigrateTest):
+    def instance(self):
+        """A stopped instance on the target."""
+        other = Service("--database", self.url, "--contents", BUCKET)
+        self.addCleanup(other.remove)
+        other.start()
+        other.stop()
+        return other
+
     def test_a_serving_source_is_refused(self):
         self.assertIn("another instance runs on the data folder", self.run_migrate(2))
         self.assertEqual(number(self.database, "SELECT COUNT(*) FROM pg_tables WHERE schemaname = 'public'"), 0)
 
     def test_a_target_with_another_service_is_refused_and_unchanged(self):
-        other = Service("--database", self.url, "--contents", BUCKET)
-        self.addCleanup(other.remove)
-        other.start()
-        other.stop()
+        self.instance()
         self.source.stop()
         before = stored_rows(self.database, "users")
         self.assertIn("has another service's rows", self.run_migrate(2))
@@ -287,6 +382,14 @@ class Refusals(MigrateTest):
         self.assertIn("there is no database in", self.run_migrate(2))
         self.assertFalse(os.path.exists(missing))
 
+    def test_a_service_on_a_database_server_is_refused(self):
+        instance = self.instance()
+        self.source.stop()
+        self.source.folder = instance.folder
+        self.assertIn("is on a database server already: nothing is to move", self.run_migrate(2))
+        self.source.folder = self.url
+        self.assertIn("a service on a database server cannot be moved", self.run_migrate(2))
+
     def test_a_damaged_content_is_named_and_the_source_goes_on(self):
         self.inbox = make_inbox(self.olga)
         self.olga.put("field.zip", [self.inbox], b"a field")
@@ -295,7 +398,7 @@ class Refusals(MigrateTest):
         os.remove(self.source.path("content", lost["sha256"][:2], lost["sha256"]))
         out = self.run_migrate(1)
         self.assertIn('"lost.zip" of farm 1 "Hill Farm"): is missing', out)
-        self.assertIn("not moved: 1 damaged", out)
+        self.assertIn("not moved: 1 damaged in the folder\n", out)
         self.source.start()
         self.at(self.source, self.olga).put("repaired.zip", [self.inbox], b"lost")
         self.source.stop()

@@ -131,7 +131,8 @@ class OwnService(unittest.TestCase):
         self.service.execute("UPDATE content_chunks SET sha256 = ? WHERE start_byte > 0", [(hashlib.sha256().hexdigest(),)])
         code, out, _ = run("verify", "--data", self.service.folder, "--contents", BUCKET)
         self.assertEqual(code, 1)
-        self.assertIn("its bytes differ from the uploaded bytes", out)
+        self.assertRegex(out, r"the object chunks/\w+ of the bucket \S+ has other bytes\n")
+        self.assertIn("repair: put each named object back into the bucket", out)
 
     def test_a_restored_database_finds_its_contents_in_the_bucket(self):
         olga = self.start_with_farms()

@@ -40,6 +40,11 @@ export class ServiceError extends Error {
   }
 }
 
+/** Somebody else has done the same. */
+export function ignoreMissing(error: unknown): void {
+  if (!(error instanceof ServiceError && error.kind === 'not-found')) throw error;
+}
+
 type Answer<T> = {data?: T; error?: unknown; response: Response};
 
 /** The document of an answer. Throws ServiceError. */

@@ -1,8 +1,6 @@
-// One event stream for all tabs of a browser: HTTP/1.1 allows six connections to a host, and a seventh would hang.
+// One event stream for all tabs of a session: HTTP/1.1 allows six connections to a host, and a seventh would hang.
 // The tab that holds the lock reads the stream and sends the events to the other tabs.
 import {followEvents, type ServiceEvent, type StreamEnd, type StreamHandlers} from './events';
-
-const name = 'kelvo-events';
 
 type Message =
   | {kind: 'event'; event: ServiceEvent}
@@ -12,12 +10,13 @@ type Message =
   | {kind: 'newcomer'};
 
 /**
- * Like followEvents. `readCursor` reads the snapshot and returns its cursor; it starts after this tab listens to the
- * others, so that no event is missed. Events may be repeated: skip ids that are known.
+ * Like followEvents, for all tabs with this name of a session. `readCursor` reads the snapshot and returns its cursor; it
+ * starts after this tab listens to the others, so that no event is missed. Events may be repeated: skip ids that are known.
  */
-export async function shareEvents(readCursor: () => Promise<string>, handlers: StreamHandlers,
+export async function shareEvents(session: string, readCursor: () => Promise<string>, handlers: StreamHandlers,
     signal: AbortSignal): Promise<StreamEnd> {
-  const tab = new Tab(handlers, signal);
+  const name = `kelvo-events ${session}`;
+  const tab = new Tab(name, handlers, signal);
   try {
     tab.startAfter(await readCursor());
     await navigator.locks.request(name, {signal: tab.signal}, () => tab.lead());
@@ -35,15 +34,16 @@ class Tab {
   /** Aborts when the caller or another tab ends the stream. */
   readonly signal: AbortSignal;
   private readonly ended = new AbortController();
-  private readonly channel = new BroadcastChannel(name);
+  private readonly channel: BroadcastChannel;
   /** Whether this tab reads the stream, and the stream is open. */
   private isOpen = false;
   /** Empty until the snapshot is read. Events wait in `early` until then. */
   private lastId = '';
   private readonly early: ServiceEvent[] = [];
 
-  constructor(private readonly handlers: StreamHandlers, signal: AbortSignal) {
+  constructor(name: string, private readonly handlers: StreamHandlers, signal: AbortSignal) {
     this.signal = AbortSignal.any([signal, this.ended.signal]);
+    this.channel = new BroadcastChannel(name);
     this.channel.onmessage = ({data}: MessageEvent<Message>) => this.hear(data);
   }
 

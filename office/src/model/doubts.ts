@@ -1,9 +1,10 @@
 // The warnings that the page shows before it sends a file.
 import {isPrescription, type Answer} from '../map/model';
 import {filesByInbox, type InboxOfProject} from './farm';
+import {isUnfinished, sendings} from './sending';
 
 export type Doubt =
-  /** The inbox has a file of this name already. */
+  /** The inbox would have two files of this name. */
   | {kind: 'twice'; name: string; inbox: string}
   /** A prescription on its way to guidance lines or job reports. */
   | {kind: 'misplaced'; name: string; project: string}
@@ -12,10 +13,11 @@ export type Doubt =
 
 const prescriptions = 'To Console';
 
-/** `answer` is undefined while the file is read. */
-export function doubtsOf(name: string, targets: readonly InboxOfProject[], answer: Answer | undefined): Doubt[] {
+/** `answer` is undefined while the file is read. `earlier` are the names of the files that go with it. */
+export function doubtsOf(name: string, targets: readonly InboxOfProject[], answer: Answer | undefined,
+    earlier: readonly string[] = []): Doubt[] {
   const doubts: Doubt[] = [];
-  const twice = targets.find(({id}) => filesByInbox.value.get(id)?.some((each) => each.name === name));
+  const twice = targets.find(({id}) => [...earlier, ...namesIn(id)].includes(name));
   if (twice) doubts.push({kind: 'twice', name, inbox: twice.owner.name});
   const project = targets[0]?.projectName ?? '';
   if (answer && 'reading' in answer) {
@@ -25,4 +27,10 @@ export function doubtsOf(name: string, targets: readonly InboxOfProject[], answe
     doubts.push({kind: 'notArchive', name});
   }
   return doubts;
+}
+
+/** The names of the files that the inbox has or that are on their way to it. */
+function namesIn(inbox: number): string[] {
+  const onTheirWay = sendings.value.filter((each) => isUnfinished(each) && each.targets.includes(inbox));
+  return [...filesByInbox.value.get(inbox) ?? [], ...onTheirWay.map(({file}) => file)].map(({name}) => name);
 }

@@ -17,8 +17,10 @@ export const user = signal<User | undefined>(undefined);
 export const inboxes = signal<ReadonlyMap<number, InboxOfProject>>(new Map());
 export const files = signal<ReadonlyMap<number, File>>(new Map());
 export const consoles = signal<ReadonlyMap<number, ConsoleState>>(new Map());
-/** A number that changes when a file comes or goes, but not when a console fetches a file. */
+/** A number that changes when a file comes, goes or leaves the bin, but not when a console fetches a file. */
 export const fileSet = signal(0);
+
+let projectNames: ReadonlyMap<number, string> = new Map();
 
 /** The files of each inbox, newest first. */
 export const filesByInbox = computed(() => {
@@ -43,6 +45,7 @@ export function notFetched(inbox: InboxOfProject): File[] {
 
 export function takeSnapshot(account: Account): void {
   user.value = account.user;
+  projectNames = new Map(account.projects.map(({id, name}) => [id, name]));
   const newInboxes = new Map<number, InboxOfProject>();
   const newFiles = new Map<number, File>();
   for (const project of account.projects) {
@@ -77,6 +80,9 @@ export function takeEvent({name, data}: ServiceEvent): boolean {
       ++fileSet.value;
       return true;
     }
+    case 'bin-changed':
+      ++fileSet.value;
+      return true;
     case 'inbox-added':
       addInbox(data as InboxEvent);
       return true;
@@ -90,8 +96,8 @@ export function takeEvent({name, data}: ServiceEvent): boolean {
 export const consoleName = ({console_string, hardware_address, id}: ConsoleState): string =>
   console_string || hardware_address || `#${id}`;
 
-/** The last report of any kind, by the service's clock. */
-export function lastContactMs({environment, devices, position}: ConsoleState): number {
+/** By the service's clock. Its reports of fetched files do not count. */
+export function lastReportMs({environment, devices, position}: ConsoleState): number {
   const times = [position, environment, ...devices].map((report) => report?.received_at);
   return Math.max(...times.map((time) => (time ? Date.parse(time) : 0)));
 }
@@ -104,7 +110,7 @@ export function forgetAll(): void {
 }
 
 function addInbox({entry: {entries, ...inbox}}: InboxEvent): void {
-  const projectName = [...inboxes.value.values()].find(({project}) => project === inbox.project)?.projectName ?? '';
+  const projectName = projectNames.get(inbox.project) ?? '';
   inboxes.value = new Map(inboxes.value).set(inbox.id, {...inbox, projectName});
   if (entries?.length) {
     files.value = new Map([...files.value, ...entries.map((file) => [file.id, file] as const)]);

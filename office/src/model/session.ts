@@ -19,14 +19,32 @@ export const reconnections = signal(0);
 /** False until the page knows whether the browser has a session. */
 export const isKnown = signal(false);
 
+/** The name of the browser's session in its storage. A change tells the other tabs of a login. */
+const sessionItem = 'kelvo-session';
+
 let running: AbortController | undefined;
+let hasServed = false;
 let loggingOut: Promise<unknown> = Promise.resolve();
 
 /** Throws ServiceError. */
 export async function logIn(name: string, password: string): Promise<void> {
   await documentOf(client.POST('/sessions', {body: {user: name, password, kind: 'browser'}}));
+  localStorage.setItem(sessionItem, crypto.randomUUID());
   isEnded.value = false;
-  start();
+  renew();
+}
+
+// The login has replaced the cookie of all tabs.
+addEventListener('storage', ({key, newValue}) => {
+  if (key === sessionItem && newValue) renew();
+});
+
+/** A page serves one session only: nothing of it may be shown to the next user, or act on the next farm. */
+function renew(): void {
+  if (!hasServed) return start();
+  end();
+  isKnown.value = false;
+  location.reload();
 }
 
 /** Throws ServiceError. After an error the session continues: only the service can remove the cookie. */
@@ -70,7 +88,8 @@ async function follow(signal: AbortSignal): Promise<void> {
   link.value = {kind: 'connecting'};
   while (!signal.aborted) {
     try {
-      const how = await shareEvents(readSnapshot, handlersOf(signal), signal);
+      const session = localStorage.getItem(sessionItem) ?? '';
+      const how = await shareEvents(session, () => readSnapshot(signal), handlersOf(signal), signal);
       if (how === 'logged-out') return takeEnd(signal);
     } catch (error) {
       if (hasNoSession(error)) return takeEnd(signal);
@@ -84,8 +103,9 @@ function hasNoSession(error: unknown): boolean {
   return error instanceof ServiceError && error.problem?.status === 401;
 }
 
-async function readSnapshot(): Promise<string> {
-  const account = await documentOf(client.GET('/account'));
+async function readSnapshot(signal: AbortSignal): Promise<string> {
+  const account = await documentOf(client.GET('/account', {signal}));
+  hasServed = true;
   takeSnapshot(account);
   isKnown.value = true;
   await readConsoles();
@@ -125,7 +145,9 @@ const handlersOf = (signal: AbortSignal) => ({
   },
   onLost: noteLoss,
   onEvent: (event: ServiceEvent) => {
+    if (signal.aborted) return;
     if (event.name === 'session-ended') void takeEnd(signal);
+    else if (event.name === 'people-changed') start(); // The inboxes have other names or are gone.
     else if (!takeEvent(event)) void renewConsoles();
   },
 });

@@ -1,12 +1,13 @@
 // The deleted files of the farm.
-import {signal, useSignal} from '@preact/signals';
+import {useSignal} from '@preact/signals';
 import {useEffect} from 'preact/hooks';
-import {client, documentOf, listAll, ServiceError, type BinFile} from '../api/client';
+import {client, documentOf, ignoreMissing, type BinFile} from '../api/client';
 import {fileSet, inboxes} from '../model/farm';
 import {reconnections} from '../model/session';
 import {dateText, projectName, t} from '../texts';
 import {Ask, type Question} from './Ask';
 import {LongTable} from './LongTable';
+import {newestList} from './newest';
 import {matches, Search} from './Search';
 import {useSlowly} from './slowly';
 import {tellError} from './Toast';
@@ -14,7 +15,7 @@ import {tellError} from './Toast';
 /** Many files may come or go at once: the bin is read at most once in this time. */
 const pauseMs = 1000;
 
-const bin = signal<readonly BinFile[] | undefined>(undefined);
+const [bin, read] = newestList<'files', BinFile>('/bin?limit=1000', 'files');
 
 export function Bin() {
   const search = useSignal('');
@@ -101,19 +102,15 @@ function Actions({chosen}: {chosen: readonly BinFile[]}) {
 
 const restore = ({id}: BinFile) => documentOf(client.POST('/bin/{id}/restore', {params: {path: {id}}}));
 
-async function purge({id}: BinFile): Promise<void> {
-  try {
-    await documentOf(client.DELETE('/bin/{id}', {params: {path: {id}}}));
-  } catch (error) {
-    // A second attempt meets files that the first attempt deleted.
-    if (!(error instanceof ServiceError && error.kind === 'not-found')) throw error;
-  }
-}
+const purge = ({id}: BinFile) => documentOf(client.DELETE('/bin/{id}', {params: {path: {id}}}));
 
-/** Ends at the first failure, with the bin as it is then. Throws ServiceError. */
+/**
+ * Skips a file that another window or an earlier attempt has taken out of the bin. Ends at the first other failure, with the
+ * bin as it is then. Throws ServiceError.
+ */
 async function each(list: readonly BinFile[], action: (file: BinFile) => Promise<unknown>): Promise<void> {
   try {
-    for (const file of list) await action(file);
+    for (const file of list) await action(file).catch(ignoreMissing);
   } finally {
     await read();
   }
@@ -122,17 +119,4 @@ async function each(list: readonly BinFile[], action: (file: BinFile) => Promise
 function inboxText({container}: BinFile): string {
   const inbox = inboxes.value.get(container);
   return inbox ? `${inbox.owner.name} · ${projectName(inbox.projectName)}` : '';
-}
-
-let reads = 0;
-
-/** An older answer that comes later is dropped. */
-async function read(): Promise<void> {
-  const own = ++reads;
-  try {
-    const found = await listAll<'files', BinFile>('/bin?limit=1000', 'files');
-    if (own === reads) bin.value = found;
-  } catch (error) {
-    tellError(error);
-  }
 }

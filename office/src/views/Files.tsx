@@ -17,16 +17,18 @@ export function Files({inboxId}: {inboxId: number | undefined}) {
   const mine = [...inboxes.value.values()].filter(({owner}) =>
     user.value?.role === 'office' || owner.id === user.value?.id);
   if (mine.length === 0) return <p class="empty">{t('files.noInboxes')}</p>;
-  const inbox = mine.find(({id}) => id === inboxId) ?? mine[0] as InboxOfProject;
+  const inbox = inboxId === undefined ? mine[0] : mine.find(({id}) => id === inboxId);
   const choose = (files: Chosen) => {
     if (files.files.length > 0) chosen.value = files;
   };
   return (
     <div class="files">
       <InboxList all={mine} shown={inbox} onlyNotFetched={onlyNotFetched.value} onChoose={choose} />
-      <SendBox inbox={inbox} all={mine} onChoose={choose}>
-        <FileList inbox={inbox} onlyNotFetched={onlyNotFetched} />
-      </SendBox>
+      {inbox ? (
+        <SendBox inbox={inbox} all={mine} onChoose={choose}>
+          <FileList inbox={inbox} onlyNotFetched={onlyNotFetched} />
+        </SendBox>
+      ) : <p class="empty" role="alert">{t('files.noInbox')}</p>}
       {chosen.value && <Review chosen={chosen.value} onEnd={() => {
         chosen.value = undefined;
       }} />}
@@ -36,7 +38,7 @@ export function Files({inboxId}: {inboxId: number | undefined}) {
 
 interface ListProps {
   all: readonly InboxOfProject[];
-  shown: InboxOfProject;
+  shown: InboxOfProject | undefined;
   onlyNotFetched: boolean;
   onChoose: (chosen: Chosen) => void;
 }
@@ -47,10 +49,10 @@ function InboxList({all, shown, onlyNotFetched, onChoose}: ListProps) {
   return (
     <nav class="inboxes" aria-label={t('files.operators')}>
       {owners.map((owner) => (
-        <details key={owner.id} open={owner.id === shown.owner.id}>
+        <details key={owner.id} open={owner.id === shown?.owner.id}>
           <summary>{owner.name}</summary>
           {all.filter((each) => each.owner.id === owner.id).map((inbox) => (
-            <InboxLink key={inbox.id} inbox={inbox} isShown={inbox.id === shown.id} onlyNotFetched={onlyNotFetched} onChoose={onChoose} />
+            <InboxLink key={inbox.id} inbox={inbox} isShown={inbox.id === shown?.id} onlyNotFetched={onlyNotFetched} onChoose={onChoose} />
           ))}
         </details>
       ))}

@@ -1,7 +1,7 @@
 // The consoles of the farm, on a map and in a list. #/fleet/3 is the console 3.
 import {useComputed, useSignal} from '@preact/signals';
 import type {TrackPoint} from '../api/client';
-import {consoleName, consoles, lastContactMs, type ConsoleState} from '../model/farm';
+import {consoleName, consoles, lastReportMs, type ConsoleState} from '../model/farm';
 import type {Marker} from '../map/fleet';
 import type {Point} from '../map/geometry';
 import {t} from '../texts';
@@ -29,7 +29,7 @@ export function Fleet({consoleId}: {consoleId: number | undefined}) {
   const all = [...known.values()];
   if (all.length === 0) return <p class="empty">{t('fleet.none')}</p>;
   const found = all.filter((console) => matches(search.value, consoleName(console), console.operator.name)
-    && (!isSilentOnly.value || now.value - lastContactMs(console) > silentMs));
+    && (!isSilentOnly.value || now.value - lastReportMs(console) > silentMs));
   const chosen = consoleId === undefined ? undefined : known.get(consoleId);
   return (
     <div class="fleet">
@@ -65,7 +65,7 @@ function Line({console, isChosen}: {console: ConsoleState; isChosen: boolean}) {
     <li>
       <a href={`#/fleet/${console.id}`} aria-current={isChosen ? 'true' : undefined}>
         <b>{consoleName(console)}</b> {operator.name}
-        <span class="detail">{t('fleet.contactAgo', {ago: agoText(lastContactMs(console))})}</span>
+        <span class="detail">{t('fleet.reportAgo', {ago: agoText(lastReportMs(console))})}</span>
         <span class="detail">
           {position ? t('fleet.positionAgo', {ago: agoText(position.time_s * 1000)}) : t('fleet.noPosition')}
           {movement && ` · ${Math.round(movement.speedKmh)} km/h`}

@@ -1,31 +1,24 @@
 // The people of the farm. #/people/7 is the user 7.
-import {signal, useSignal} from '@preact/signals';
+import {useSignal} from '@preact/signals';
 import {useEffect} from 'preact/hooks';
-import {client, documentOf, listAll, type User} from '../api/client';
+import {client, documentOf, type User} from '../api/client';
 import {user} from '../model/farm';
 import {reconnections} from '../model/session';
 import {t} from '../texts';
 import {Ask, type Question} from './Ask';
 import {Audit} from './Audit';
 import {PersonDetail} from './PersonDetail';
+import {newestList} from './newest';
 import {matches, Search} from './Search';
-import {tellError} from './Toast';
 
-const people = signal<readonly User[] | undefined>(undefined);
+export const [people, readPeople] = newestList<'users', User>('/users?limit=1000', 'users');
 const passwordLength = 8;
-
-export async function readPeople(): Promise<void> {
-  try {
-    people.value = await listAll<'users', User>('/users?limit=1000', 'users');
-  } catch (error) {
-    tellError(error);
-  }
-}
 
 export function People({userId}: {userId: number | undefined}) {
   const search = useSignal('');
   const question = useSignal<Question | undefined>(undefined);
-  useEffect(() => void readPeople(), [reconnections.value]);
+  // A change of the people brings a new snapshot.
+  useEffect(() => void readPeople(), [user.value, reconnections.value]);
   if (!people.value) return <p class="empty" role="status">{t('page.loading')}</p>;
   const found = people.value.filter(({name}) => matches(search.value, name));
   const chosen = people.value.find(({id}) => id === userId);

@@ -1,9 +1,9 @@
 // One person: inboxes, sessions, and what the office may change.
 import {useSignal} from '@preact/signals';
 import {useEffect} from 'preact/hooks';
-import {apiPath, client, documentOf, ServiceError, type Inbox, type OwnSession, type User} from '../api/client';
+import {apiPath, client, documentOf, ignoreMissing, type Inbox, type OwnSession, type User} from '../api/client';
 import {inboxes, user} from '../model/farm';
-import {reconnections, start} from '../model/session';
+import {reconnections} from '../model/session';
 import {amountsOf, type Amount} from '../model/storage';
 import {projectName, t} from '../texts';
 import {Ask, type Question} from './Ask';
@@ -48,11 +48,6 @@ async function readHoldings(id: number): Promise<Holdings> {
     documentOf(client.GET('/farms/{id}/usage', {params: {path: {id: farm}}})),
   ]);
   return {sessions, inboxes: owned, amounts: users.filter((each) => each.id === id).flatMap(({usage}) => amountsOf(usage, quota.user))};
-}
-
-/** Somebody else has done the same. */
-function ignoreMissing(error: unknown): void {
-  if (!(error instanceof ServiceError && error.kind === 'not-found')) throw error;
 }
 
 function Actions({person, all}: {person: User; all: readonly User[]}) {
@@ -112,10 +107,7 @@ const rename = (person: User): Question => ({
   title: t('people.rename'),
   fields: [{name: 'name', label: t('login.user'), value: person.name}],
   doText: t('ask.change'),
-  onDo: async ({name = ''}) => {
-    await change(person, {name});
-    start(); // The inboxes have the new name.
-  },
+  onDo: ({name = ''}) => change(person, {name}),
 });
 
 const newPassword = (person: User): Question => ({
@@ -149,7 +141,6 @@ function remove({id, name}: User, all: readonly User[]): Question {
       await documentOf(client.DELETE('/users/{id}', {params: {path: {id}, query}})).catch(ignoreMissing);
       location.hash = '#/people';
       await readPeople();
-      start(); // The inboxes are gone.
     },
   };
 }

@@ -24,7 +24,8 @@ export function Review({chosen: {files, targets}, onEnd}: {chosen: Chosen; onEnd
   const note = useSignal('');
   const box = useRef<HTMLDialogElement>(null);
   useEffect(() => box.current?.showModal(), []);
-  const doubts = files.flatMap((file) => doubtsOf(file.name, targets, answers.get(file)));
+  const names = files.map(({name}) => name);
+  const doubts = files.flatMap((file, index) => doubtsOf(file.name, targets, answers.get(file), names.slice(0, index)));
   const isReading = answers.size < files.length;
   const answer = answers.get(files[shown.value] as File);
   const title = t('review.title', {inbox: targets.map(({owner}) => owner.name).join(', '),

@@ -46,7 +46,7 @@ describe('the fleet', () => {
   it('tells the age of a position from the time of its receipt', async () => {
     const page = await openFleet();
     await page.getByText('Position measured 1 hour ago').waitFor();
-    await page.getByText('Last contact this minute').waitFor();
+    await page.getByText('Last report this minute').waitFor();
     await findColour(page, 0x6b, 0x71, 0x6c); // An old position is grey.
     await page.getByRole('link', {name: /Console 12/}).click();
     await page.getByText('came late').waitFor();
@@ -104,7 +104,7 @@ describe('the fleet', () => {
     await search.fill('piet');
     await page.getByText('No console matches the search.').waitFor();
     await search.fill('');
-    await page.getByLabel('Without contact for an hour').check();
+    await page.getByLabel('No report for an hour').check();
     await page.getByText('No console matches the search.').waitFor();
   });
 

@@ -1,6 +1,6 @@
 // A day of the office in Chromium.
 import {createHash, randomBytes} from 'node:crypto';
-import {readFileSync, rmSync} from 'node:fs';
+import {mkdirSync, readFileSync, rmSync} from 'node:fs';
 import {createServer} from 'node:https';
 import type {AddressInfo} from 'node:net';
 import {join} from 'node:path';
@@ -76,10 +76,14 @@ describe('the office', () => {
     const page = await world.logIn('office');
     await row(page, 'twice.zip').waitFor();
     await choose(page, path);
-    await page.getByText('olga already has a file named twice.zip.').waitFor();
+    await page.getByText('olga would have more than one file named twice.zip.').waitFor();
     await page.getByRole('button', {name: 'Do not send'}).click();
     await page.locator('.review').waitFor({state: 'detached'});
     expect(await page.locator('.sending').count()).toBe(0);
+
+    mkdirSync(join(world.folder, 'other'));
+    await choose(page, newFile('same.zip').path, newFile('other/same.zip').path);
+    await page.getByText('olga would have more than one file named same.zip.').waitFor();
   });
 
   it('sees at once what another window sends, deletes it and takes that back', async () => {

@@ -50,16 +50,21 @@ describe('the people', () => {
   });
 
   it('are disabled, enabled, renamed and deleted, and the audit trail tells it', async () => {
-    const page = await open('People');
+    const [page, other] = [await open('People'), await open('People')];
+    const inOther = (name: string) => other.locator('.people-list').getByText(name, {exact: true});
     await button(page, 'New operator').click();
     await answer(page, {name: 'anna', password: 'eight or more'});
     await page.locator('.person > h2').getByText('anna').waitFor();
+    await inOther('anna').waitFor();
     await button(page, 'Disable').click();
     await button(page, 'Enable').click();
     await button(page, 'Disable').waitFor();
     await button(page, 'Rename').click();
     await answer(page, {name: 'anna k'});
     await page.locator('.person > h2').getByText('anna k').waitFor();
+    await inOther('anna k').waitFor();
+    await other.locator('header nav').getByRole('link', {name: 'Files'}).click();
+    await other.locator('.inboxes').getByText('anna k').waitFor();
     await page.locator('header nav').getByRole('link', {name: 'Files'}).click();
     await page.locator('.inboxes').getByText('anna k').waitFor();
     await page.goBack();
@@ -67,6 +72,7 @@ describe('the people', () => {
     await page.locator('.ask .main').click();
     await page.locator('.person > h2').waitFor({state: 'detached'});
     await link(page, /anna k/).waitFor({state: 'detached'});
+    await other.locator('.inboxes').getByText('anna k').waitFor({state: 'detached'});
     await page.locator('header nav').getByRole('link', {name: 'Files'}).click();
     await page.locator('.inboxes').getByText('anna k').waitFor({state: 'detached'});
     await page.goBack();
@@ -154,7 +160,7 @@ describe('the bin', () => {
     for (const name of ['a.zip', 'b.zip', 'c.zip']) {
       await world.command('put', world.newFile(name, new Uint8Array(name.charCodeAt(0))), 'Curves');
     }
-    const page = await world.logIn('office');
+    const [page, other] = [await world.logIn('office'), await open('Bin')];
     await page.locator('.inboxes').getByRole('link', {name: /^Curves/}).click();
     for (const name of ['a.zip', 'b.zip', 'c.zip']) {
       await button(page, `Delete ${name}`).click();
@@ -178,8 +184,27 @@ describe('the bin', () => {
     await button(page, 'Delete 1 for good').click();
     await page.locator('.ask .main').click();
     await row(page, 'c.zip').waitFor({state: 'detached'});
+    await other.getByText('The bin is empty.').waitFor();
     expect(await world.command('bin')).toEqual([]);
     expect(Object.keys(await world.command<object>('digests', 'Curves')).sort()).toEqual(['a.zip', 'b.zip']);
+  });
+
+  it('restores the other marked files if one has left the bin', async () => {
+    for (const name of ['f.zip', 'g.zip']) {
+      const [id] = await world.command<number[]>('put', world.newFile(name, new Uint8Array(name.charCodeAt(0))), 'Curves');
+      await world.command('remove', id);
+    }
+    const page = await open('Bin');
+    await row(page, 'f.zip').waitFor();
+    await page.route('**/bin/*/restore', (route) => route.fulfill({status: 404, json: {type: 'urn:kelvo:problem:not-found'}}),
+      {times: 1}); // The newest file comes first.
+    await page.getByLabel('Mark all').check();
+    await button(page, 'Restore 2').click();
+    await row(page, 'f.zip').waitFor({state: 'detached'});
+    expect(await page.locator('.toast').isVisible()).toBe(false);
+    await button(page, 'Restore g.zip').click();
+    await page.getByText('The bin is empty.').waitFor();
+    world.complaints.length = 0; // Chromium reports the refused request.
   });
 
   it('tells a refusal, and its dialog stays open for a second attempt', async () => {
@@ -293,6 +318,17 @@ describe('each view with its content', () => {
       expect(await violations(page)).toEqual([]);
       expect(await page.evaluate(() => document.documentElement.scrollWidth)).toBeLessThanOrEqual(360);
     }
+  });
+
+  it('shows an inbox that is not there as that, and takes no files for it', async () => {
+    const page = await world.logIn('office');
+    await page.goto(`${world.origin}/#/files/999999`);
+    await page.getByText('This inbox is not here.').waitFor();
+    expect(await page.locator('.send').count()).toBe(0);
+    expect(await violations(page)).toEqual([]);
+    await page.locator('.inboxes').getByText('olga').click();
+    await link(page, /^Curves/).click();
+    await page.locator('.send').waitFor();
   });
 
   it('shows nothing of a person who is not on the farm', async () => {

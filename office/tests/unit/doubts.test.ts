@@ -1,8 +1,9 @@
 // The warnings that the page shows before it sends a file.
-import {beforeEach, describe, expect, it} from 'vitest';
+import {beforeEach, describe, expect, it, vi} from 'vitest';
 import type {Answer, Layer, Reading} from '../../src/map/model';
 import {doubtsOf} from '../../src/model/doubts';
 import {files, forgetAll, type InboxOfProject} from '../../src/model/farm';
+import {sendings, type Sending, type SendingState} from '../../src/model/sending';
 
 const inbox = (id: number, projectName: string): InboxOfProject =>
   ({id, kind: 'user-inbox', name: 'olga', project: 1, owner: {id: 7, name: 'olga'}, projectName});
@@ -39,5 +40,21 @@ describe('a doubt', () => {
     files.value = new Map([[5, known]]);
     expect(doubtsOf('a.zip', [inbox(1, 'Curves'), inbox(2, 'Curves')], undefined)).toEqual([{kind: 'twice', name: 'a.zip', inbox: 'olga'}]);
     expect(doubtsOf('a.zip', [inbox(1, 'Curves')], undefined)).toEqual([]);
+  });
+
+  it('is about a name that goes to an inbox twice', () => {
+    vi.stubGlobal('navigator', {locks: {request: () => undefined}}); // A tab that sends holds a lock.
+    const targets = [inbox(1, 'Curves')];
+    const twice = [{kind: 'twice', name: 'a.zip', inbox: 'olga'}];
+    expect(doubtsOf('a.zip', targets, undefined, ['b.zip', 'a.zip'])).toEqual(twice);
+    expect(doubtsOf('a.zip', targets, undefined, ['b.zip'])).toEqual([]);
+    const sending = (state: SendingState, target: number): Sending =>
+      ({key: 1, file: new File([], 'a.zip'), targets: [target], note: '', state, sentBytes: 0});
+    const found = ([['sending', 1], ['paused', 1], ['done', 1], ['sending', 2]] as const).map(([state, target]) => {
+      sendings.value = [sending(state, target)];
+      return doubtsOf('a.zip', targets, undefined).length;
+    });
+    sendings.value = [];
+    expect(found).toEqual([1, 1, 0, 0]);
   });
 });

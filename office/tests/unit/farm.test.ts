@@ -1,7 +1,7 @@
 // The farm as a snapshot and the events after it.
 import {beforeEach, describe, expect, it} from 'vitest';
 import type {Account, Console, File} from '../../src/api/client';
-import {consoles, files, filesByInbox, fileSet, forgetAll, inboxes, lastContactMs, notFetched, takeConsoles, takeEvent, takeSnapshot} from '../../src/model/farm';
+import {consoles, files, filesByInbox, fileSet, forgetAll, inboxes, lastReportMs, notFetched, takeConsoles, takeEvent, takeSnapshot} from '../../src/model/farm';
 
 const file = (id: number, container = 10): File => ({
   id, container, kind: 'file', name: `field ${id}.zip`, size: 5, sha256: 'a'.repeat(64), created_at: '2026-05-01T06:12:30Z',
@@ -14,7 +14,7 @@ const account: Account = {
   projects: [{
     id: 1, kind: 'project', name: 'To Console',
     resources: [{id: 10, kind: 'user-inbox', name: 'olga', project: 1, owner: {id: 7, name: 'olga'}, entries: [file(1), file(2)]}],
-  }],
+  }, {id: 2, kind: 'project', name: 'From Console', resources: []}],
 };
 
 const event = (name: string, data: unknown) => ({id: '6', name, data});
@@ -38,14 +38,14 @@ describe('the farm', () => {
     expect(filesByInbox.value.get(10)?.map(({id}) => id)).toEqual([3, 2]);
   });
 
-  it('tells files that come and go from files that a console fetches', () => {
+  it('tells files that come, go or leave the bin from files that a console fetches', () => {
     const container = {id: 10, kind: 'user-inbox', project: 1};
-    const changes = ['file-added', 'file-fetched', 'file-removed'].filter((name) => {
+    const changes = ['file-added', 'file-fetched', 'file-removed', 'bin-changed'].filter((name) => {
       const before = fileSet.value;
       takeEvent(event(name, {container, entry: file(3)}));
       return fileSet.value !== before;
     });
-    expect(changes).toEqual(['file-added', 'file-removed']);
+    expect(changes).toEqual(['file-added', 'file-removed', 'bin-changed']);
     const before = fileSet.value;
     takeSnapshot(account);
     expect(fileSet.value).not.toBe(before);
@@ -67,6 +67,12 @@ describe('the farm', () => {
     expect(files.value.has(4)).toBe(true);
   });
 
+  it('knows the project of the first inbox in it', () => {
+    const entry = {id: 12, kind: 'user-inbox', name: 'olga', project: 2, owner: {id: 7, name: 'olga'}, entries: []};
+    takeEvent(event('inbox-added', {container: {id: 2, kind: 'project'}, entry}));
+    expect(inboxes.value.get(12)?.projectName).toBe('From Console');
+  });
+
   it('moves a known console and asks for the list of an unknown one', () => {
     const known: Console = {id: 3, console_string: 'Console 12', hardware_address: '', operator: {id: 7, name: 'olga'},
       environment: null, devices: [], position: null};
@@ -76,8 +82,8 @@ describe('the farm', () => {
     expect(takeEvent(event('console-moved', move))).toBe(true);
     const moved = consoles.value.get(3)!;
     expect(moved).toMatchObject({operator: {name: 'piet'}, position: {time_s: 100, received_at: move.received_at}});
-    expect(lastContactMs(moved)).toBe(300_000);
-    expect(lastContactMs(known)).toBe(0);
+    expect(lastReportMs(moved)).toBe(300_000);
+    expect(lastReportMs(known)).toBe(0);
     expect(takeEvent(event('console-moved', {...move, console: 4}))).toBe(false);
   });
 

@@ -1,21 +1,42 @@
-// The reads of the consoles that events ask for, and the end of a session.
+// Logins, the reads that events ask for, and the end of a session.
 import {beforeEach, describe, expect, it, vi} from 'vitest';
 import type {Account, Console} from '../../src/api/client';
 import type {StreamHandlers} from '../../src/api/events';
 import {consoles, forgetAll, takeSnapshot, user} from '../../src/model/farm';
-import {link, logOut, start} from '../../src/model/session';
+import {link, logIn, logOut, start} from '../../src/model/session';
 
+/** The streams that the page began, each with the name of its session. */
+const sessions: string[] = [];
 let handlers: StreamHandlers;
+let readCursor: () => Promise<string>;
 vi.mock('../../src/api/shared_events', () => ({
-  shareEvents: (_readCursor: unknown, given: StreamHandlers) => {
-    handlers = given;
+  shareEvents: (session: string, read: () => Promise<string>, given: StreamHandlers) => {
+    sessions.push(session);
+    [readCursor, handlers] = [read, given];
     return new Promise(() => undefined);
   },
 }));
 vi.mock('../../src/api/client', async (original) => ({
   ...(await original<object>()),
-  client: {DELETE: async () => ({response: await fetch('')})},
+  client: {
+    POST: async () => ({response: new Response()}),
+    GET: async () => ({data: account, response: new Response()}),
+    DELETE: async () => ({response: await fetch('')}),
+  },
 }));
+
+const storage = new Map<string, string>();
+vi.stubGlobal('localStorage', {getItem: (key: string) => storage.get(key) ?? null, setItem: (key: string, value: string) => storage.set(key, value)});
+const reload = vi.fn();
+vi.stubGlobal('location', {hash: '', reload});
+/** Another tab changes the storage. */
+const {hearStorage} = vi.hoisted(() => {
+  const heard = {hearStorage: (_event: {key: string; newValue: string | null}) => undefined as void};
+  vi.stubGlobal('addEventListener', (name: string, listener: typeof heard.hearStorage) => {
+    if (name === 'storage') heard.hearStorage = listener;
+  });
+  return {hearStorage: (key: string, newValue: string | null) => heard.hearStorage({key, newValue})};
+});
 
 const account: Account = {user: {id: 8, name: 'office', role: 'office', disabled: false, farm: {id: 1, name: 'Hill Farm'}}, cursor: '5',
   projects: []};
@@ -38,6 +59,60 @@ async function serve(answer: Answer): Promise<void> {
 function move(console: number): void {
   handlers.onEvent({id: '', name: 'console-moved', data: {console, user: {id: 7, name: 'olga'}, time_s: 1, latitude: 51, longitude: 5}});
 }
+
+describe('a login', () => {
+  beforeEach(() => {
+    while (requests.length > 0) requests.shift()!(listOf());
+    sessions.length = 0;
+    reload.mockClear();
+  });
+
+  it('begins a session with a name of its own', async () => {
+    await logIn('office', 'right');
+    await logIn('office', 'right');
+    expect(new Set(sessions).size).toBe(2);
+    expect(sessions).not.toContain('');
+    expect(reload).not.toHaveBeenCalled();
+  });
+
+  const serveSession = async () => {
+    start();
+    const done = readCursor();
+    await vi.waitUntil(() => requests.length > 0);
+    await serve(listOf());
+    await done;
+    expect(user.value).toBeDefined();
+  };
+
+  it('loads a page anew that has served another session', async () => {
+    await serveSession();
+    await logIn('dale', 'right');
+    expect(reload).toHaveBeenCalledOnce();
+    expect(user.value).toBeUndefined();
+  });
+
+  it('of another tab loads the page anew, but a log-out of another tab does not', async () => {
+    await serveSession();
+    const [key = ''] = storage.keys();
+    hearStorage(key, null);
+    hearStorage('tus::1', 'x');
+    expect(reload).not.toHaveBeenCalled();
+    hearStorage(key, 'next');
+    expect(reload).toHaveBeenCalledOnce();
+    expect(user.value).toBeUndefined();
+  });
+});
+
+describe('a change of the people', () => {
+  it('brings one new snapshot, also if two changes come at once', () => {
+    takeSnapshot(account);
+    start();
+    sessions.length = 0;
+    const {onEvent} = handlers;
+    for (const id of ['6', '7']) onEvent({id, name: 'people-changed', data: {}});
+    expect(sessions).toHaveLength(1);
+  });
+});
 
 describe('an event of an unknown console', () => {
   beforeEach(async () => {

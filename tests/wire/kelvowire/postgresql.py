@@ -5,6 +5,16 @@ import unittest
 
 import postgresql_server
 
+# Statements that read the table `files` fail while the server would end long statements. The table must not be empty.
+NO_TIMEOUT = """
+CREATE FUNCTION has_no_timeout() RETURNS BOOLEAN LANGUAGE plpgsql AS $$ BEGIN
+    IF current_setting('statement_timeout') <> '0' THEN RAISE EXCEPTION 'a statement has a timeout'; END IF;
+    RETURN TRUE;
+END $$"""
+WALKED_FILES = """
+ALTER TABLE files RENAME TO all_files;
+CREATE VIEW files AS SELECT * FROM all_files WHERE has_no_timeout()"""
+
 
 def start_postgresql():
     """A running server, for setUpModule(); it ends with the module. Skips the module if PostgreSQL is not installed."""
