@@ -97,10 +97,12 @@ class LostSessionTest(FarmCase):
         self.addCleanup(link.close)
         console = self.logged_in(address=link.address)
         archive = archives.write_zip(self.folder / "a.zip", {"a.bin": random.Random(6).randbytes(200_000)})
-        self.put(console, {"a.zip": archive.read_bytes()})
-        self.lose_session_in_the_middle(console, link, "download maps a.zip", "down")
+        self.put(console, {"a.zip": archive.read_bytes(), "b.zip": b"x"})
+        result = self.lose_session_in_the_middle(console, link, "download maps a.zip b.zip", "down")
+        text = "Your session has ended.\nLog in again."
+        self.assertEqual(result.errors, [{"file": name, "text": text} for name in ("a.zip", "b.zip")])
         self.assertEqual(archives.content_of(console.data / "from-service/prescriptions"), {})
-        self.assertEqual(self.files_at_service("To Console"), ["a.zip"])
+        self.assertEqual(sorted(self.files_at_service("To Console")), ["a.zip", "b.zip"])
 
     def test_logging_out_ends_the_session_on_the_service(self):
         console = self.logged_in()

@@ -153,6 +153,8 @@ private Q_SLOTS:
             window.Status().ShowLink(console::TransferWords(link, kelvo::test::Files()));
             QCOMPARE(Faults(window), QString());
         }
+        window.Status().ShowLink(console::WorkWords({}, QStringLiteral("field.zip")));
+        QCOMPARE(Faults(window), QString());
         window.Launcher().SetNight(true);
         QCOMPARE(Faults(window), QString());
         window.Dock().Remove(&mini);
@@ -182,6 +184,15 @@ private Q_SLOTS:
             hostimpl::SetTransferProgress(console::TransferProgress(link, kelvo::test::Files()));
             QCOMPARE(Faults(dialog), QString());
             QVERIFY(DrawnTexts(dialog).join(QString()).contains(QLatin1String("988")));
+        }
+        hostimpl::SetTransferProgress(console::WorkProgress({}, name));
+        QCOMPARE(Faults(dialog), QString());
+        const QString longName = QString(251, QLatin1Char('n')) + QStringLiteral(".zip");
+        hostimpl::SetTransferProgress(console::WorkProgress({}, longName));
+        QCOMPARE(CutOffWidgets(dialog), QStringList());
+        for (const kesdkimpl::LinkStatus& link : kelvo::test::Links()) {
+            hostimpl::SetTransferProgress(console::WorkProgress(link, {}));
+            QCOMPARE(Faults(dialog), QString());
         }
         hostimpl::SetTransferProgress({});
     }
