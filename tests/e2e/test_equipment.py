@@ -96,7 +96,7 @@ class EquipmentTest(SharingCase):
         self.assertEqual(console.stop(signal.SIGTERM), 128 + signal.SIGTERM)
         self.assertEqual(self.receiver_state(), DISCONNECTED)
         self.assertEqual(self.sessions_ended(before), ONE_LOGOUT)
-        self.assertEqual(self.service.open_streams(), 1)  # the office's
+        self.assertEqual(self.service.open_streams(1), 1)  # the office's
         self.assertEqual(json.loads(self.office.run("consoles")), [self.reported()])
 
     def test_the_end_of_the_script_disconnects_the_receiver_and_ends_the_session_once(self):

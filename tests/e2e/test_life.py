@@ -30,7 +30,7 @@ class LifeTest(FarmCase):
     def test_ending_without_a_logout_ends_the_session(self):
         self.make_inboxes()
         self.assertEqual(self.headless(text="login\n").returncode, 0)
-        self.assertEqual(self.service.streams_left_open(), 0)
+        self.assertEqual(self.service.open_streams(0), 0)
 
     def test_stop_signals_end_an_idle_console(self):
         for number in (signal.SIGINT, signal.SIGTERM):
@@ -38,7 +38,7 @@ class LifeTest(FarmCase):
                 console = self.console()
                 self.assert_ok(console.run("login"))
                 self.assertEqual(console.stop(number), 128 + number)
-                self.assertEqual(self.service.streams_left_open(), 0)
+                self.assertEqual(self.service.open_streams(0), 0)
 
     def test_a_stop_signal_ends_a_running_download(self):
         link = Link(self.service.address)

@@ -106,9 +106,9 @@ class LostSessionTest(FarmCase):
 
     def test_logging_out_ends_the_session_on_the_service(self):
         console = self.logged_in()
-        self.assertEqual(self.service.open_streams(), 1)
+        self.assertEqual(self.service.open_streams(1), 1)
         self.assert_ok(console.run("logout"))
-        self.assertEqual(self.service.streams_left_open(), 0)
+        self.assertEqual(self.service.open_streams(0), 0)
         result = console.run("logout")
         self.assert_ok(result)
         self.assertFalse(result.signals("KelvoLogoutRequested"))

@@ -36,7 +36,7 @@ class Rounds:
                               stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
         self.assertEqual(done.returncode, 0, done.stdout[-20000:])
         print(*(line for line in done.stdout.splitlines() if " rounds; " in line), sep="\n")
-        self.assertEqual(self.service.streams_left_open(), 0)
+        self.assertEqual(self.service.open_streams(0), 0)
         requests = more(self.service.requests(), before)
         print(requests)
         # The console ends each session, except a session whose token it never received.

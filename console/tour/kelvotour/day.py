@@ -201,7 +201,7 @@ class Day:
         with self.steps.step("the logout also ends the session on the service"):
             result = self.console.run("logout")
             require(result.ok, result.reason)
-            require(self.service.open_streams() == 0, "the event stream is still open")
+            require(self.service.open_streams(0) == 0, "the event stream is still open")
         with self.steps.step("the console ends and leaves the operator's password in no file"):
             status = self.console.close()
             # The archives that could not be unpacked are failures of commands.

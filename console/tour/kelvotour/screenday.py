@@ -305,7 +305,7 @@ class ScreenDay:
             self.show_login_panel()
             self.window.press(self.text("Logout"))
             self.window.until(lambda screen: screen.can_press(self.text("Login")), "Login")
-            require(self.farm.service.open_streams() == 0, "the event stream is still open")
+            require(self.farm.service.open_streams(0) == 0, "the event stream is still open")
         with self.steps.step("the console ends and leaves the operator's password in no log"):
             status = self.window.close()
             require(status == 0, f"the console's exit status is {status}")

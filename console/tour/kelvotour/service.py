@@ -122,17 +122,14 @@ class Service:
             counts[key] = counts.get(key, 0) + int(value)
         return counts
 
-    def open_streams(self):
-        return total(self.metrics(), "kelvo_event_streams_open")
+    def open_streams(self, expected):
+        """The number of open event streams, as soon as it is `expected`, or after a time limit.
 
-    def streams_left_open(self):
-        """The open event streams after all sessions have ended.
-
-        The service closes a stream shortly after it has sent the answer to the logout. A stream that only the
-        comment every 60 s would close stays longer than this waits.
+        The service counts a stream's end shortly after the console has closed it, or after the answer to its logout.
+        A stream that only the comment every 60 s would close stays longer than the time limit.
         """
         end = time.monotonic() + STREAM_END_SECONDS
-        while (count := self.open_streams()) > 0 and time.monotonic() < end:
+        while (count := total(self.metrics(), "kelvo_event_streams_open")) != expected and time.monotonic() < end:
             pass
         return count
 
