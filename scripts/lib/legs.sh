@@ -12,7 +12,7 @@ unset KELVO_API_HOST KESDK_CA_FILE KELVO_USER KELVO_PASSWORD LANGUAGE
 tests() {
     local preset=$1
     shift
-    ctest --preset "$preset" "$@" | tee "build/$preset/tests.log"
+    ctest --preset "$preset" "$@"
 }
 
 # built_and_tested PRESET [CTEST-ARGUMENT...]: builds all targets and runs the tests of the arguments
@@ -144,8 +144,7 @@ leg_fuzz() {
         fi
         echo "fuzz_$name: $(sed -n 's/^Done \([0-9]* runs\).*/\1/p' "build/fuzz/runs/$name.log")"
     done
-    # The closing line, which run_legs finds by its words.
-    echo "$(find build/fuzz/runs -name '*.log' | wc -l) fuzzers found nothing" | tee build/fuzz/tests.log
+    echo "$(find build/fuzz/runs -name '*.log' | wc -l) fuzzers found nothing"
 }
 
 # The packages for ARM, which are installed and run in an emulator. Needs Linux 6.7.
@@ -159,15 +158,12 @@ leg_packages-arm() {
 leg_crash() {
     configure check
     build check kelvo-service kelvoctl kelvo-console kelvo killpoint
-    mkdir -p build/crash
-    /usr/bin/python3 -B tests/crash/crash --build build/check --rounds "${KELVO_CRASH_ROUNDS:-100}" |
-        tee build/crash/tests.log
+    /usr/bin/python3 -B tests/crash/crash --build build/check --rounds "${KELVO_CRASH_ROUNDS:-100}"
 }
 
 # Plants each mutant of tests/mutants in a copy of the tree. A mutant that no test notices fails the leg.
 leg_mutants() {
-    mkdir -p build/mutants
-    /usr/bin/python3 -B tests/mutants/run | tee build/mutants/tests.log
+    /usr/bin/python3 -B tests/mutants/run
 }
 
 # The office's page, in Node.js, and in Chromium and Firefox against the service and the console as they are shipped.
@@ -179,14 +175,12 @@ leg_office() {
     local failed=''
     (cd office && NO_COLOR=1 npm test --silent && NO_COLOR=1 npm run --silent test-browser) |
         tee build/office/vitest.log || failed=$(grep -a -c '^ FAIL ' build/office/vitest.log)
-    # The closing line, which run_legs finds by its words.
     if [[ -n $failed ]]; then
-        echo "$failed tests of the page failed:$(grep -a -m 3 '^ FAIL ' build/office/vitest.log | tr '\n' ';')" |
-            tee build/office/tests.log
+        echo "$failed tests of the page failed:$(grep -a -m 3 '^ FAIL ' build/office/vitest.log | tr '\n' ';')"
         return 1
     fi
     awk '/^ *Tests .* passed/ {for (word = 1; word < NF; ++word) if ($(word + 1) == "passed") count += $word}
-        END {print count " tests of the page passed"}' build/office/vitest.log | tee build/office/tests.log
+        END {print count " tests of the page passed"}' build/office/vitest.log
 }
 
 # The tests fail if the object store or PostgreSQL is not installed.
@@ -201,9 +195,7 @@ leg_fleet() {
 leg_drills() {
     configure check
     build check kelvo-service kelvo_postgresql kelvo-herd
-    mkdir -p build/drills
-    /usr/bin/python3 -B tests/drills/drill --build build/check --kills "${KELVO_DRILL_ROUNDS:-1000}" --stops 50 --holds 100 |
-        tee build/drills/tests.log
+    /usr/bin/python3 -B tests/drills/drill --build build/check --kills "${KELVO_DRILL_ROUNDS:-1000}" --stops 50 --holds 100
 }
 
 leg_format() {
@@ -212,9 +204,7 @@ leg_format() {
         \( -name '*.cpp' -o -name '*.h' \) 2>/dev/null | sort)
     ((${#sources[@]} > 0))
     clang-format --dry-run --Werror "${sources[@]}"
-    mkdir -p build/format
-    # The closing line, which run_legs finds by its words.
-    echo "${#sources[@]} files are formatted" | tee build/format/tests.log
+    echo "${#sources[@]} files are formatted"
 }
 
 # clang-tidy needs the compile commands and the files that Qt's tools generate. CONTRIBUTING.md says which folders it
@@ -233,47 +223,75 @@ leg_lint() {
         { grep ' error: ' build/lint/tidy.log || tail build/lint/tidy.log; } | sort -u >&2
         return 1
     fi
-    # The closing line, which run_legs finds by its words.
-    echo "$(grep -c '^clang-tidy' build/lint/tidy.log) files have no findings" | tee build/lint/tests.log
+    echo "$(grep -c '^clang-tidy' build/lint/tidy.log) files have no findings"
 }
 
-# prepare_beside_tests LEG...: builds the leg tsan's Qt while the tests of the legs before it wait for links and clocks.
+# prepare_beside_tests GROUP...: builds the leg tsan's Qt while the tests of the legs before it wait for links and clocks.
 # The leg waits for the end of this build.
 prepare_beside_tests() {
-    if [[ " ${*:2} " == *' tsan '* ]]; then
-        mkdir -p build
-        nice -n 19 scripts/tsan-qt >build/tsan-qt.log 2>&1 &
-        trap 'jobs -pr | xargs -r kill 2>/dev/null || true' EXIT
+    if [[ " ${*:2} " == *[\ +]tsan[\ +]* ]]; then
+        in_background build/tsan-qt.log nice -n 19 scripts/tsan-qt
     fi
 }
 
-# run_legs NAME...: runs all legs, also after a failed leg, and then fails if a leg failed. The last lines are the
-# closing lines of the legs: run_legs finds them by their words in tests.log.
+# in_background LOG COMMAND [ARGUMENT...]: with job control, because a background process without it ignores SIGINT, and
+# so do all processes that it starts
+in_background() {
+    local log=$1
+    shift
+    set -m
+    "$@" >"$log" 2>&1 &
+    set +m
+}
+
+# run_leg LEG: in a new shell, because inside an `if` a function does not stop at errors
+run_leg() {
+    local begin=$SECONDS status=0
+    echo "== $1"
+    bash -c 'set -euo pipefail
+        source scripts/lib/build.sh
+        source scripts/lib/legs.sh
+        "leg_$1"' leg "$1" || status=1
+    echo "== $1 took $((SECONDS - begin)) s"
+    return "$status"
+}
+
+# run_group LEG+LEG...: runs the legs at the same time. Their output follows when they have ended.
+run_group() {
+    local leg status=0
+    local -A processes=()
+    echo "== $1, at the same time"
+    for leg in ${1//+/ }; do
+        in_background "build/legs/$leg.log" run_leg "$leg"
+        processes[$leg]=$!
+    done
+    for leg in ${1//+/ }; do
+        wait "${processes[$leg]}" || status=1
+        cat "build/legs/$leg.log"
+    done
+    return "$status"
+}
+
+# run_legs GROUP...: a group is a leg, or several legs joined by "+". Runs all groups, also after a failed leg, and then
+# fails if a leg failed. The last lines are the closing lines of the legs, which run_legs finds by their words.
 run_legs() {
-    local leg preset closing begin status=0 summary=()
+    local group leg legs=("${@//+/ }") closing status=0
+    mkdir -p build/legs
+    trap 'jobs -pr | xargs -r -I % kill -- -% 2>/dev/null || true' EXIT
     prepare_beside_tests "$@"
-    for leg in "$@"; do
-        echo "== $leg"
-        begin=$SECONDS
-        case $leg in
-        day | unit | e2e | fleet | rounds | packages) preset=check ;;
-        packages-arm | arm-service | arm-short) preset=arm ;;
-        *) preset=$leg ;;
-        esac
-        rm -f "build/$preset/tests.log"
-        # In a new shell, because inside an `if` a function does not stop at errors.
-        if ! bash -c 'set -euo pipefail
-            source scripts/lib/build.sh
-            source scripts/lib/legs.sh
-            "leg_$1"' leg "$leg"; then
-            status=1
+    for group in "$@"; do
+        if [[ $group == *+* ]]; then
+            run_group "$group" || status=1
+        else
+            run_leg "$group" 2>&1 | tee "build/legs/$group.log" || status=1
         fi
-        echo "== $leg took $((SECONDS - begin)) s"
-        closing=$(grep -a -s -m 1 -E '% tests passed|^[0-9]+ (files|fuzzers|tests|of [0-9]+ (rounds|mutants)) ' "build/$preset/tests.log" ||
-            echo 'did not finish')
-        summary+=("$leg: $closing")
     done
     echo
-    printf '%s\n' "${summary[@]}"
+    # shellcheck disable=SC2048 # One word for each leg.
+    for leg in ${legs[*]}; do
+        closing=$(grep -a -E '% tests passed|^[0-9]+ (files|fuzzers|tests|of [0-9]+ (rounds|mutants)) ' "build/legs/$leg.log" |
+            tail -n 1 || echo 'did not finish')
+        echo "$leg: $closing"
+    done
     return "$status"
 }
