@@ -2,6 +2,7 @@
 
 import collections
 import contextlib
+import csv
 import os
 import shutil
 import socket
@@ -55,6 +56,7 @@ class Proxy:
         self.folder = folder
         self.port = None
         self.process = None
+        self._control = folder / "haproxy.sock"
 
     @property
     def is_running(self):
@@ -72,6 +74,14 @@ class Proxy:
                 return
         raise ServiceError(f"HAProxy does not start; see {self.folder / 'haproxy.log'}")
 
+    def sees_a_ready_instance(self):
+        with socket.socket(socket.AF_UNIX) as control:
+            control.settimeout(GUARD_SECONDS)
+            control.connect(str(self._control))
+            control.sendall(b"show stat kelvo_ready 2 -1\n")  # 2: the state of the backend, without its servers
+            rows = csv.DictReader(control.makefile(encoding="utf-8"))
+            return next(rows)["status"] == "UP"
+
     def kill(self):
         self.process.kill()
         self.process.wait()
@@ -79,17 +89,18 @@ class Proxy:
     def _write(self, instances, port):
         """The shipped text has three servers. The lines of further servers are removed."""
         text = SHIPPED.read_text(encoding="utf-8")
-        changes = {"bind :443": f"bind 127.0.0.1:{port}", "maxconn 50000": f"maxconn {CONNECTIONS}",
+        changes = {"bind :443": f"bind 127.0.0.1:{port}", "maxconn 50000": f"maxconn {CONNECTIONS}\n    stats socket {self._control}",
                    "default-server send-proxy-v2": f"default-server source {PROXY} send-proxy-v2"}
-        servers = [line for line in text.splitlines() if line.startswith("    server ")]
+        servers = list(dict.fromkeys(line for line in text.splitlines() if line.startswith("    server ")))
         for line, instance in zip(servers, instances, strict=False):
             changes[line] = (f"    server {Path(instance.data).name} {instance.address}"
                              f" port {instance.metrics_address.rpartition(':')[2]}")
         for line in servers[len(instances):]:
             changes[line] = ""
         for old, new in changes.items():
-            if text.count(old) != 1:
-                raise ServiceError(f"{SHIPPED.name} must have {old!r} once")
+            backends = 2 if old in servers else 1
+            if text.count(old) != backends:
+                raise ServiceError(f"{SHIPPED.name} must have {old!r} {backends} times")
             text = text.replace(old, new)
         (self.folder / "haproxy.cfg").write_text(text, encoding="utf-8")
 

@@ -160,6 +160,13 @@ class Drain(unittest.TestCase):
         self.leaving.process.send_signal(signal.SIGTERM)
         self.end_of(self.leaving)
 
+    def test_instances_are_reached_if_none_is_ready(self):
+        self.start(3600)
+        for instance in self.fleet.instances:
+            instance.process.send_signal(signal.SIGTERM)
+        fleets.wait_until(lambda: not self.fleet.proxy.sees_a_ready_instance(), "HAProxy takes a stopping instance for ready")
+        self.at(self.fleet).get("/account")
+
     def test_a_running_upload_keeps_its_bytes(self):
         self.start(1)
         location = self.olga.create("slow.zip", [self.inbox], 2 * len(PART)).headers["Location"]
