@@ -110,5 +110,5 @@ export default defineConfig({
   build: {assetsInlineLimit: 0, modulePreload: {polyfill: false}, target: 'es2022'},
   worker: {format: 'es', plugins: () => [packageNames()]},
   plugins: [packageNames(), licences(), compressedForms(), sizes()],
-  test: {include: ['tests/{unit,files}/**/*.test.ts'], setupFiles: ['tests/unit/browser.ts'], server: {deps: {inline: ['isoxml']}}},
+  test: {include: ['tests/{unit,files}/**/*.test.ts'], setupFiles: ['tests/unit/browser.ts'], testTimeout: 30_000, server: {deps: {inline: ['isoxml']}}},
 } as Parameters<typeof defineConfig>[0]);

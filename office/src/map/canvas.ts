@@ -8,14 +8,12 @@ import Zoom from 'ol/control/Zoom';
 import {defaults as interactions} from 'ol/interaction/defaults';
 import type {Geometry} from 'ol/geom';
 import VectorLayer from 'ol/layer/Vector';
-import {fromLonLat, toLonLat} from 'ol/proj';
+import {toLonLat} from 'ol/proj';
 import VectorSource from 'ol/source/Vector';
 import {addBaseMap} from './base_map_of';
 import type {Point} from './geometry';
 import type {Extent} from './model';
-
-/** The projection has no poles. */
-const mostLatitude = 85;
+import {limited, toPlane} from './plane';
 
 /** Two tips of the buttons, and the words for a base map with holes. */
 export interface MapTexts {
@@ -52,8 +50,8 @@ export class MapCanvas {
   fit([west, south, east, north]: Extent, smallestM = 20): void {
     this.isPlaced = true;
     const smallest = smallestM / Math.cos((limited((south + north) / 2) * Math.PI) / 180);
-    const [left, bottom] = this.toPlane([west, south]);
-    const [right, top] = this.toPlane([east, north]);
+    const [left, bottom] = toPlane([west, south]);
+    const [right, top] = toPlane([east, north]);
     const spareX = Math.max(0, smallest - (right - left)) / 2;
     const spareY = Math.max(0, smallest - (top - bottom)) / 2;
     this.map.getView().fit([left - spareX, bottom - spareY, right + spareX, top + spareY], {padding: [24, 24, 24, 24]});
@@ -64,19 +62,7 @@ export class MapCanvas {
     return this.isPlaced;
   }
 
-  toPlane([longitude, latitude]: Point): [number, number] {
-    return fromLonLat([longitude, limited(latitude)]) as [number, number];
-  }
-
   toDegrees(at: number[]): Point {
     return toLonLat(at) as [number, number];
   }
-
-  flatToPlane(flat: Float64Array): number[] {
-    const plane: number[] = [];
-    for (let index = 0; index < flat.length; index += 2) plane.push(...this.toPlane([flat[index] as number, flat[index + 1] as number]));
-    return plane;
-  }
 }
-
-const limited = (latitude: number): number => Math.max(-mostLatitude, Math.min(mostLatitude, latitude));

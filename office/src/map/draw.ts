@@ -11,17 +11,18 @@ import Style from 'ol/style/Style';
 import type {MapCanvas} from './canvas';
 import {colourOf} from './channels';
 import type {Channel, Layer, Shapes} from './model';
+import {toPlane} from './plane';
 
 const boundaryStyle = new Style({stroke: new Stroke({color: '#b3261e', width: 2}), zIndex: 2});
-const guidanceStyle = new Style({stroke: new Stroke({color: '#0b57d0', width: 2, lineDash: [8, 6]}), zIndex: 3});
+const guidanceStyle = new Style({stroke: new Stroke({color: '#0b57d0', width: 2}), zIndex: 3});
 
 /** Draws the channel of its layer, and the layers without channels. */
 export function draw(canvas: MapCanvas, layers: readonly Layer[], shown: Layer | undefined, channel: Channel | undefined): void {
   const features = layers.flatMap((layer) => {
-    if (layer.shapes) return featureOf(canvas, layer.shapes, layer.kind === 'boundary' ? boundaryStyle : guidanceStyle);
+    if (layer.shapes) return featureOf(layer.shapes, layer.kind === 'boundary' ? boundaryStyle : guidanceStyle);
     if (layer !== shown || !channel) return [];
-    return layer.grid ? gridFeature(canvas, layer, channel) : channel.shapes.map((shapes, index) =>
-      featureOf(canvas, shapes, classStyle(colourOf(index, channel.classes.length))));
+    return channel.image ? imageFeature(layer, channel.image) : channel.shapes.map((shapes, index) =>
+      featureOf(shapes, classStyle(colourOf(index, channel.classes.length))));
   });
   canvas.source.clear(true);
   canvas.source.addFeatures(features);
@@ -32,8 +33,8 @@ function classStyle(colour: string): Style {
   return new Style({fill, stroke: new Stroke({color: colour, width: 3}), image: new CircleStyle({radius: 4, fill})});
 }
 
-function featureOf(canvas: MapCanvas, {kind, flat, partEnds}: Shapes, style: Style): Feature {
-  const feature = new Feature(geometryOf(kind, canvas.flatToPlane(flat), partEnds));
+function featureOf({kind, flat, partEnds}: Shapes, style: Style): Feature {
+  const feature = new Feature(geometryOf(kind, [...flat], partEnds));
   feature.setStyle(style);
   return feature;
 }
@@ -49,16 +50,16 @@ function geometryOf(kind: Shapes['kind'], flat: number[], partEnds: number[][]) 
   }
 }
 
-function gridFeature(canvas: MapCanvas, {extent: [west, south, east, north]}: Layer, {image}: Channel): Feature {
-  const feature = new Feature(fromExtent([...canvas.toPlane([west, south]), ...canvas.toPlane([east, north])]));
+function imageFeature({extent: [west, south, east, north], grid}: Layer, image: ImageBitmap): Feature {
+  const feature = new Feature(fromExtent([...toPlane([west, south]), ...toPlane([east, north])]));
   feature.setStyle(new Style({
     zIndex: -1,
     renderer: (pixels, {context}) => {
       const corners = (pixels as number[][][])[0] as [number, number][];
       const [left, right] = [Math.min(...corners.map(([x]) => x)), Math.max(...corners.map(([x]) => x))];
       const [top, bottom] = [Math.min(...corners.map(([, y]) => y)), Math.max(...corners.map(([, y]) => y))];
-      context.imageSmoothingEnabled = false;
-      if (image) context.drawImage(image, left, top, right - left, bottom - top);
+      context.imageSmoothingEnabled = !grid;
+      context.drawImage(image, left, top, right - left, bottom - top);
     },
   }));
   return feature;

@@ -10,6 +10,7 @@ import Style from 'ol/style/Style';
 import Text from 'ol/style/Text';
 import {MapCanvas, type MapTexts} from './canvas';
 import {extentOf, type Point} from './geometry';
+import {toPlane} from './plane';
 
 export interface Marker {
   id: number;
@@ -74,11 +75,11 @@ export class FleetMap {
       return;
     }
     this.canvas.fit(extentOf([[points]]), smallestM);
-    this.track.setGeometry(new LineString(points.map((each) => this.canvas.toPlane(each))));
+    this.track.setGeometry(new LineString(points.map(toPlane)));
   }
 
   showReplay(point: Point | undefined): void {
-    this.replay.setGeometry(point && this.canvas.hasPlace ? new PointGeometry(this.canvas.toPlane(point)) : undefined);
+    this.replay.setGeometry(point && this.canvas.hasPlace ? new PointGeometry(toPlane(point)) : undefined);
   }
 
   goTo([longitude, latitude]: Point): void {
@@ -92,7 +93,7 @@ export class FleetMap {
       feature.setId(marker.id);
       this.canvas.source.addFeature(feature);
     }
-    if (!known || known.marker.place !== marker.place) feature.setGeometry(new PointGeometry(this.canvas.toPlane(marker.place)));
+    if (!known || known.marker.place !== marker.place) feature.setGeometry(new PointGeometry(toPlane(marker.place)));
     if (!known || styleKey(known.marker) !== styleKey(marker)) feature.setStyle(styleOf(marker));
     this.markers.set(marker.id, {marker, feature});
   }

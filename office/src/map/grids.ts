@@ -36,9 +36,10 @@ interface Values {
 }
 
 function valuesOfZones(codes: Uint8Array, zones: readonly TreatmentZone[]): Values[] {
-  const used = new Set(codes);
+  const used = new Uint8Array(256);
+  for (const code of codes) used[code] = 1;
   const codeOf = ({attributes}: TreatmentZone) => attributes.TreatmentZoneCode;
-  const found = zones.filter((zone) => used.has(codeOf(zone)));
+  const found = zones.filter((zone) => used[codeOf(zone)]);
   return valuesByZone(found).map(({quantity, values}) => ({quantity, read: () => {
     const valueOf = new Float64Array(256).fill(NaN);
     found.forEach((zone, index) => {

@@ -11,7 +11,7 @@ export type LayerKind = 'grid' | 'zones' | 'track' | 'boundary' | 'guidance';
 /** Lines or polygons of one colour. */
 export interface Shapes {
   kind: 'lines' | 'polygons' | 'points';
-  /** Longitudes and latitudes in turn. */
+  /** Longitudes and latitudes in turn; for the page, coordinates of the plane. */
   flat: Float64Array;
   /** For each line or polygon, the indexes in `flat` where its parts end: the outline, then the holes. */
   partEnds: number[][];
@@ -38,9 +38,9 @@ export interface Channel {
   areaM2: number | undefined;
   /** The sum of value × hectares; undefined for a track. */
   sumHa: number | undefined;
-  /** The shapes of each class, in the order of `classes`; empty for a grid. */
+  /** The shapes of each class, in the order of `classes`; empty for a grid and after painting. */
   shapes: Shapes[];
-  /** One pixel for each cell, the northern row first; only for a grid that was painted. */
+  /** The painted values over the extent of the layer, for a grid and for many shapes. */
   image?: ImageBitmap;
 }
 
@@ -52,7 +52,7 @@ export interface Layer {
   grid?: {columns: number; rows: number};
   /** Empty for boundaries and guidance lines. */
   channels: Channel[];
-  /** Only without channels. */
+  /** Only without channels. The first layer of a kind has the shapes of all layers of its kind. */
   shapes?: Shapes;
 }
 
@@ -63,7 +63,9 @@ export type NoteKind = 'far' | 'noGridFile' | 'gridTooLarge' | 'gridShort' | 'gr
 export type Note =
   | {kind: NoteKind; name: string; km?: number}
   /** A part of the archive that is not drawn. The name is its path. */
-  | {kind: 'refused'; name: string; refusal: RefusalKind};
+  | {kind: 'refused'; name: string; refusal: RefusalKind}
+  /** Further notes, and layers beyond the limit. */
+  | {kind: 'more' | 'leftOut'; name: ''; count: number};
 
 export type RefusalKind = 'tooLarge' | 'unpacksTooLarge' | 'notArchive' | 'entities' | 'damaged' | 'tooLong'
   | 'noProjection' | 'tooDetailed';

@@ -1,6 +1,8 @@
-// Paints a grid: one pixel for each cell.
+// Paints layers: a grid with one pixel for each cell, and shapes that are too many for the page to draw.
 import {classify, colourOf, noClass} from './channels';
 import type {Layer} from './model';
+import {isHeavy, paintShapes} from './paint_shapes';
+import {project} from './plane';
 
 /** Red, green, blue and opacity of each cell, the northern row first. */
 export function pixelsOf({columns, rows}: {columns: number; rows: number}, values: Float64Array): Uint8ClampedArray<ArrayBuffer> {
@@ -18,9 +20,14 @@ export function pixelsOf({columns, rows}: {columns: number; rows: number}, value
   return pixels;
 }
 
-export async function paint({grid, channels}: Layer): Promise<void> {
-  if (!grid) return;
-  for (const channel of channels) {
-    channel.image = await createImageBitmap(new ImageData(pixelsOf(grid, channel.values), grid.columns, grid.rows));
+export async function paint(layer: Layer): Promise<void> {
+  const {grid, channels, shapes} = layer;
+  if (grid) {
+    for (const channel of channels) {
+      channel.image = await createImageBitmap(new ImageData(pixelsOf(grid, channel.values), grid.columns, grid.rows));
+    }
+    return;
   }
+  for (const each of [...channels.flatMap((channel) => channel.shapes), ...(shapes ? [shapes] : [])]) project(each);
+  if (channels.some(isHeavy)) paintShapes(layer);
 }

@@ -1,5 +1,6 @@
 // Reads a file of any kind into layers. The reader runs in a worker: the libraries may need seconds.
 import {unpack, type Archive} from './archive';
+import {limited} from './limits';
 import {largestFile, Refusal, type Reading} from './model';
 import {readShapefile, shapefilesOf} from './shapefiles';
 import {mainFilesOf, readTaskData, type Found} from './task_data';
@@ -23,5 +24,5 @@ export async function read(name: string, bytes: Uint8Array<ArrayBuffer>): Promis
   };
   for (const path of mainFilesOf(archive)) if (await add(path, readTaskData)) reading.hasTaskData = true;
   for (const path of shapefilesOf(archive)) await add(path, readShapefile);
-  return reading;
+  return limited(reading);
 }

@@ -18,6 +18,9 @@ interface Choice {
 /** The units that the user may name for a value without a unit. */
 const units = ['', 'kg/ha', 'l/ha', '1/ha', 't/ha'];
 
+/** The layers without values that the list shows. */
+const mostListed = 100;
+
 export function MapPanel({reading}: {reading: Reading}) {
   const chosen = useSignal(0);
   const unit = useSignal('');
@@ -100,7 +103,8 @@ function OtherLayers({layers}: {layers: readonly Layer[]}) {
   if (others.length === 0) return null;
   return (
     <ul class="layers">
-      {others.map(({kind, name}, index) => <li key={index} class={kind}>{t(`map.kind.${kind}`)} {name}</li>)}
+      {others.slice(0, mostListed).map(({kind, name}, index) => <li key={index} class={kind}>{t(`map.kind.${kind}`)} {name}</li>)}
+      {others.length > mostListed && <li>{t('map.moreNames', {count: others.length - mostListed})}</li>}
     </ul>
   );
 }

@@ -34,6 +34,7 @@ function Notes({notes}: {notes: readonly Note[]}) {
 
 function noteText(note: Note): string {
   if (note.kind === 'refused') return `${note.name}: ${refusalText(note.refusal)}`;
+  if ('count' in note) return t(note.kind === 'more' ? 'map.moreNames' : 'map.note.leftOut', {count: note.count});
   return t(`map.note.${note.kind}`, {name: note.name, km: numberText(Math.round(note.km ?? 0))});
 }
 

@@ -3,8 +3,10 @@ import {truncateSync} from 'node:fs';
 import type {Page} from 'playwright-core';
 import {describe, expect, it} from 'vitest';
 import {colourOf} from '../../src/map/channels';
-import {archive, field, grid, prescription, roundField, shapefile, task, taskData, withClaimedSize, zones} from '../unit/archives';
+import {archive, field, grid, logBytes, logSet, prescription, roundField, shapefile, task, taskData, withClaimedSize, zones,
+  type LogPoint} from '../unit/archives';
 import {violations} from './barriers';
+import {drawn} from './canvas';
 import {useWorld, world} from './world';
 
 useWorld();
@@ -32,15 +34,6 @@ async function lookAt(page: Page, across: number, down: number): Promise<Look> {
     return `#${[...pixel.slice(0, 3)].map((each) => each.toString(16).padStart(2, '0')).join('')}`;
   }, [across, down]);
   return {latitude, longitude, value, colour};
-}
-
-/** The map has drawn its features: two pictures of the canvas have the same bytes. */
-async function drawn(page: Page): Promise<void> {
-  await page.waitForFunction(() => {
-    const canvas = document.querySelector<HTMLCanvasElement>('.map canvas');
-    if (!canvas) return false;
-    return canvas.getContext('2d')!.getImageData(0, 0, canvas.width, canvas.height).data.some((each) => each !== 0);
-  });
 }
 
 describe('the map of a grid', () => {
@@ -126,6 +119,49 @@ describe('the map of a grid', () => {
   });
 });
 
+describe('the map of', () => {
+  const square = (west: number) => `<PLN A="2"><LSG A="1">${[[0, 0], [0, 1], [1, 1], [1, 0]]
+    .map(([north = 0, east = 0]) => `<PNT A="2" C="${51 + north * 0.001}" D="${west + east * 0.001}"/>`).join('')}</LSG></PLN>`;
+  /** Rectangles in rows of 500. The western half has the rate 100, the eastern half 200. */
+  const rectangles = (count: number) => {
+    const all = [...Array(count).keys()].map((index) => [index % 500, Math.floor(index / 500)] as const);
+    return shapefile(all.map(([x, y]) => [5 + x * 4e-6, 51 + y * 2e-5, 5 + (x + 1) * 4e-6, 51 + (y + 1) * 2e-5]),
+      all.map(([x]) => (x < 250 ? 100 : 200)));
+  };
+  const alongParallel = [...Array(41).keys()].map((index): LogPoint => [51, 5 + index * 5e-5, index < 20 ? 10_000 : 20_000]);
+  const ranks = [colourOf(1, 3), colourOf(2, 3)] as const;
+  const guidance = '#0b57d0';
+
+  /** Where shapes meet, the canvas mixes and rounds. */
+  const isNear = (a: string, b: string) => [1, 3, 5].every((at) =>
+    Math.abs(parseInt(a.slice(at, at + 2), 16) - parseInt(b.slice(at, at + 2), 16)) <= 4);
+
+  /** Each map goes from 5° to 5.002° and has its middle in the middle. */
+  const cases: [string, () => Uint8Array, readonly [string, string]][] = [
+    ['zones', () => archive({'TASKDATA.XML': taskData(task(`<TZN A="1">${square(5)}<PDV A="0006" B="10000"/></TZN>
+      <TZN A="2">${square(5.001)}<PDV A="0006" B="20000"/></TZN>`))}), ranks],
+    ['a track', () => archive(logSet(logBytes(alongParallel))), ranks],
+    ['a small shapefile', () => rectangles(1000), ranks],
+    ['a large shapefile', () => rectangles(10_000), ranks],
+    ['guidance lines', () => archive({'TASKDATA.XML': taskData(`<PFD A="PFD1" C="Home" D="1"><GGP A="GGP1"><GPN A="GPN1" B="AB" C="1">
+      <LSG A="5"><PNT A="9" C="51" D="5"/><PNT A="9" C="51" D="5.002"/></LSG></GPN></GGP></PFD>`)}), [guidance, guidance]],
+  ];
+
+  it.each(cases)('%s has its colours at their places', async (name, bytes, [west, east]) => {
+    const page = await world.logIn('office');
+    await choose(page, world.newFile(`${name}.zip`, bytes()));
+    await page.locator('.review .map').waitFor();
+    await drawn(page);
+    for (const across of [0.2, 0.45, 0.55, 0.8]) {
+      const {longitude, colour} = await lookAt(page, across, 0.5);
+      const right = longitude < 5.001 ? west : east;
+      expect({across, colour: isNear(colour, right) ? right : colour}).toEqual({across, colour: right});
+    }
+    expect((await lookAt(page, 0.5, 0.01)).colour).toBe('#000000');
+    expect((await lookAt(page, 0.01, 0.5)).colour).toBe('#000000');
+  });
+});
+
 describe('a shapefile', () => {
   it('has the unit that the user names', async () => {
     const page = await world.logIn('office');
@@ -148,13 +184,30 @@ describe('before sending', () => {
     expect(await page.locator('.sending').count()).toBe(0);
   });
 
+  const dropped = (page: Page) => page.evaluateHandle((bytes) => {
+    const data = new DataTransfer();
+    data.items.add(new File([new Uint8Array(bytes)], 'dropped.zip'));
+    return data;
+  }, [...prescription()]);
+
+  it('files can be dropped on the name of an operator, for the shown kind of inbox', async () => {
+    const page = await world.logIn('office');
+    for (const project of ['Curves', 'Prescriptions']) {
+      await page.locator('.inboxes').getByRole('link', {name: project}).click();
+      await page.getByRole('heading', {name: `olga · ${project}`}).waitFor();
+      const name = page.locator('.inboxes summary');
+      await name.dispatchEvent('dragover', {dataTransfer: await dropped(page)});
+      await page.locator('.inboxes summary.over').waitFor();
+      await name.dispatchEvent('drop', {dataTransfer: await dropped(page)});
+      await page.getByRole('heading', {name: `Send to olga · ${project}`}).waitFor();
+      await page.getByRole('button', {name: 'Do not send'}).click();
+      await page.locator('.review').waitFor({state: 'detached'});
+    }
+  });
+
   it('files can be dropped on the name of an inbox', async () => {
     const page = await world.logIn('office');
-    const transfer = await page.evaluateHandle((bytes) => {
-      const data = new DataTransfer();
-      data.items.add(new File([new Uint8Array(bytes)], 'dropped.zip'));
-      return data;
-    }, [...prescription()]);
+    const transfer = await dropped(page);
     await page.locator('.inboxes').getByRole('link', {name: /^Curves/}).dispatchEvent('drop', {dataTransfer: transfer});
     await page.getByText('dropped.zip is a prescription map.').waitFor();
     await page.getByRole('heading', {name: 'Send to olga · Curves'}).waitFor();

@@ -1,10 +1,10 @@
 // Files as maps: task data and shapefiles, good and hostile.
 import {strToU8} from 'fflate';
-import {describe, expect, it} from 'vitest';
+import {describe, expect, it, vi} from 'vitest';
 import {classify, colourOf} from '../../src/map/channels';
 import {valueAt} from '../../src/map/draw';
 import {largestFile, type Channel, type Layer, type Reading} from '../../src/map/model';
-import {pixelsOf} from '../../src/map/paint';
+import {paint, pixelsOf} from '../../src/map/paint';
 import {read} from '../../src/map/read';
 import {amountUnit} from '../../src/map/units';
 import {archive, field, grid, logBytes, logSet, prescription, severalValues, shapefile, task, taskData, withClaimedSize, zones,
@@ -172,6 +172,30 @@ describe('a shapefile', () => {
   });
 });
 
+describe('many shapes', () => {
+  it('reach the page as an image of their channel, few shapes as they are', async () => {
+    const context = new Proxy({}, {get: () => () => undefined, set: () => true});
+    const sides: number[][] = [];
+    vi.stubGlobal('OffscreenCanvas', class {
+      constructor(readonly width: number, readonly height: number) {
+        sides.push([width, height]);
+      }
+
+      getContext = () => context;
+      transferToImageBitmap = () => 'image';
+    });
+    for (const [count, shapeCount] of [[10, 10], [4001, 0]] as const) {
+      const squares = [...Array(count).keys()].map((index) => [5 + index * 1e-5, 51, 5 + (index + 1) * 1e-5, 51.001] as const);
+      const layer = first(await read('a.zip', shapefile(squares, squares.map(() => 100))));
+      await paint(layer);
+      const [{image, shapes}] = layer.channels as [Channel];
+      expect([image, shapes.reduce((sum, {partEnds}) => sum + partEnds.length, 0)]).toEqual([shapeCount ? undefined : 'image', shapeCount]);
+    }
+    expect(sides.length).toBe(1);
+    expect(Math.max(...sides[0]!)).toBe(4096);
+  });
+});
+
 describe('the classes', () => {
   it('are the values themselves if there are at most seven', () => {
     const {classes, classOf} = classify(Float64Array.of(0, 5, NaN, 3, 5), () => 1);
@@ -248,6 +272,28 @@ describe('a hostile file', () => {
       expect(layers.map(({kind}) => kind)).toEqual(['grid']);
       expect(notes).toEqual([{kind: 'logDamaged', name: 'TLG00001'}]);
     }
+  });
+
+  it('with more lines than the page draws is cut, and all lines are in one layer', async () => {
+    const line = (index: number) => `<GPN A="GPN${index}" B="l${index}" C="1"><LSG A="5"><PNT A="9" C="51" D="5"/><PNT A="9" C="51.01" D="5"/></LSG></GPN>`;
+    const {layers, notes} = await only({'TASKDATA.XML': taskData(`${field(51, 5)}<PFD A="PFD2" C="Home" D="1"><GGP A="GGP1">${
+      [...Array(2800).keys()].map(line).join('')}</GGP></PFD>`)});
+    expect(notes).toEqual([{kind: 'leftOut', name: '', count: 2801 - layers.length}]);
+    expect(layers.length).toBeLessThan(2801);
+    const [boundary, lines] = layers.filter(({shapes}) => shapes);
+    expect([boundary?.kind, boundary?.shapes?.partEnds]).toEqual(['boundary', [[10]]]);
+    expect([lines?.kind, lines?.shapes?.partEnds.length]).toEqual(['guidance', layers.length - 1]);
+    expect(lines?.shapes?.flat.length).toBe(4 * (layers.length - 1));
+    expect(lines?.shapes?.partEnds.slice(0, 2)).toEqual([[4], [8]]);
+  });
+
+  it('with more values or notes than the page shows is cut', async () => {
+    const tasks = (count: number) => [...Array(count).keys()].map((index) =>
+      task(zones + grid(1, 1, 1)).replace('TSK1', `TSK${index}`)).join('');
+    const {layers, notes} = await only({'TASKDATA.XML': taskData(tasks(1010)), 'GRD00001.BIN': new Uint8Array([7])});
+    expect([layers.length, notes]).toEqual([1000, [{kind: 'leftOut', name: '', count: 10}]]);
+    const {notes: some} = await only({'TASKDATA.XML': taskData(tasks(110))});
+    expect([some.length, some.at(-1)]).toEqual([101, {kind: 'more', name: '', count: 10}]);
   });
 
   it('keeps its names as they are', async () => {
