@@ -43,20 +43,28 @@ interface ListProps {
   onChoose: (chosen: Chosen) => void;
 }
 
-function InboxList({all, shown, onlyNotFetched, onChoose}: ListProps) {
+function InboxList({all, shown, ...props}: ListProps) {
   const owners = [...new Map(all.map(({owner}) => [owner.id, owner])).values()]
     .sort((a, b) => a.name.localeCompare(b.name));
   return (
     <nav class="inboxes" aria-label={t('files.operators')}>
-      {owners.map((owner) => (
-        <details key={owner.id} open={owner.id === shown?.owner.id}>
-          <summary>{owner.name}</summary>
-          {all.filter((each) => each.owner.id === owner.id).map((inbox) => (
-            <InboxLink key={inbox.id} inbox={inbox} isShown={inbox.id === shown?.id} onlyNotFetched={onlyNotFetched} onChoose={onChoose} />
-          ))}
-        </details>
-      ))}
+      {owners.map(({id}) => <Operator key={id} all={all.filter(({owner}) => owner.id === id)} shown={shown} {...props} />)}
     </nav>
+  );
+}
+
+/** The inboxes of an operator. The name takes dropped files for the shown kind of inbox. */
+function Operator({all, shown, onlyNotFetched, onChoose}: ListProps) {
+  const owner = all[0]?.owner;
+  const target = all.find(({project}) => project === shown?.project);
+  const {isOver, handlers} = useDropTarget((files) => target && onChoose({files, targets: [target]}));
+  return (
+    <details open={owner?.id === shown?.owner.id}>
+      <summary class={isOver.value ? 'over' : ''} {...(target && handlers)}>{owner?.name}</summary>
+      {all.map((inbox) => (
+        <InboxLink key={inbox.id} inbox={inbox} isShown={inbox.id === shown?.id} onlyNotFetched={onlyNotFetched} onChoose={onChoose} />
+      ))}
+    </details>
   );
 }
 
