@@ -6,11 +6,15 @@
 #include "service/store/postgresql/Exchange.h"
 #include "service/store/postgresql/PostgresqlNotices.h"
 #include "service/store/postgresql/Statements.h"
+#include "service/store/postgresql/WriterTable.h"
 
 #include <soci/postgresql/soci-postgresql.h>
 #include <soci/soci.h>
 
+#include <atomic>
+#include <mutex>
 #include <random>
+#include <set>
 #include <string_view>
 #include <thread>
 
@@ -20,7 +24,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr int oldestServer = 130000; // pg_current_xact_id()
+constexpr int oldestServer = 130000;
 
 // The keys of the advisory locks: the bytes of "kelvo" and a number.
 constexpr const char* writeLock = "118083355569921";
@@ -46,10 +50,6 @@ constexpr const char* settings =
     " SELECT current_setting('server_encoding'), set_config('synchronous_commit',"
     " CASE current_setting('synchronous_commit') WHEN 'off' THEN 'on'"
     " ELSE current_setting('synchronous_commit') END, false)";
-
-constexpr const char* transactionId =
-    "SELECT CAST(pg_current_xact_id() AS TEXT) || ':' ||"
-    " substr(pg_walfile_name(pg_current_wal_lsn()), 1, 8)"; // with the server's timeline
 
 /** Takes the locks of the scopes of a kind, in their order. Empty if there are none. */
 std::string lockAll(const Scopes& scopes, Scope::EKind kind, int key)
@@ -81,8 +81,6 @@ std::string randomName()
     std::random_device random;
     return std::to_string(random()) + std::to_string(random());
 }
-
-enum class EOutcome { Committed, RolledBack, Unknown };
 
 std::string schemaLock(const std::string& number)
 {
@@ -124,7 +122,8 @@ public:
         if (PQserverVersion(&connection) < oldestServer) {
             throw std::runtime_error("the database server is older than PostgreSQL 13");
         }
-        if (textOf(execute(connection, settings, limit)) != "UTF8") {
+        const std::string name = name_ + "-" + std::to_string(++connections_);
+        if (textOf(execute(connection, nameWriter(name) + settings, limit)) != "UTF8") {
             throw std::runtime_error("the encoding of the database is not UTF8");
         }
         return session;
@@ -149,7 +148,7 @@ public:
         }
         return textOf(execute(connection,
                               "BEGIN ISOLATION LEVEL READ COMMITTED READ WRITE;" +
-                                  lockStatements(scopes) + " " + transactionId,
+                                  lockStatements(scopes) + " " + numberTransaction(),
                               answerLimit));
     }
 
@@ -158,8 +157,8 @@ public:
     {
         std::string statements = "COMMIT";
         if (!notice.empty()) {
-            statements = std::string("SELECT pg_notify('") + noticeChannel + "', '" + name_ + " " +
-                         notice + "'); COMMIT";
+            statements = std::string("SELECT pg_notify('") + noticeChannel + "', '" +
+                         writerOf(transaction) + " " + notice + "'); COMMIT";
         }
         try {
             const Result result = execute(connectionOf(sql), statements, answerLimit);
@@ -188,6 +187,8 @@ public:
         PGconn& connection = connectionOf(sql);
         if (oldest > 0) {
             lockOlderSchemas(connection, oldest);
+        } else {
+            execute(connection, prepareWriters(), answerLimit);
         }
         execute(connection,
                 "SELECT pg_advisory_lock_shared(" + schemaLock(std::to_string(own)) + ")",
@@ -199,7 +200,8 @@ public:
 
     std::unique_ptr<NoticeSource> listen() const override
     {
-        return std::make_unique<PostgresqlNotices>(connect(), name_);
+        return std::make_unique<PostgresqlNotices>(
+            connect(), [this](const std::string& sender) { return isOwn(sender); });
     }
 
     std::optional<long long> serverTimeMs(soci::session& sql) const override
@@ -244,56 +246,46 @@ private:
     /** The answer of the COMMIT is lost. */
     void settle(const std::string& transaction) const
     {
-        switch (outcomeOf(transaction)) {
-        case EOutcome::Committed:
-            return;
-        case EOutcome::RolledBack:
-            throw StoreBusy(ConnectionLost().what());
-        case EOutcome::Unknown:
+        {
+            const std::lock_guard lock(mutex_);
+            lost_.insert(writerOf(transaction));
+        }
+        const std::optional<bool> committed = outcomeOf(transaction);
+        if (!committed) {
             throw CommitInDoubt("the database server does not tell whether it has committed");
         }
+        if (!*committed) {
+            throw StoreBusy(ConnectionLost().what());
+        }
     }
 
-    /** Blocks until the server knows the outcome, or the limit passes. */
-    EOutcome outcomeOf(const std::string& transaction) const
+    /** Blocks until a server knows whether it has committed, or the limit passes. */
+    std::optional<bool> outcomeOf(const std::string& transaction) const
     {
         const auto end = std::chrono::steady_clock::now() + settleLimit;
-        std::unique_ptr<soci::session> session;
         while (std::chrono::steady_clock::now() < end) {
             try {
-                if (!session) {
-                    session = connect(settleAnswer);
-                }
-                const EOutcome outcome = askOutcome(connectionOf(*session), transaction);
-                if (outcome != EOutcome::Unknown) {
-                    return outcome;
-                }
+                const auto session = connect(settleAnswer);
+                return isCommitted(connectionOf(*session), transaction, settleAnswer);
             } catch (const std::exception&) {
-                session.reset();
+                std::this_thread::sleep_for(settlePause);
             }
-            std::this_thread::sleep_for(settlePause);
         }
-        return EOutcome::Unknown;
+        return std::nullopt;
     }
 
-    /** A server with another timeline may have lost the transaction and used its id again. */
-    static EOutcome askOutcome(PGconn& connection, const std::string& transaction)
+    /** The streams do not know yet what a lost connection has committed. */
+    bool isOwn(const std::string& writer) const
     {
-        const auto colon = transaction.find(':');
-        const std::string status = textOf(
-            execute(connection,
-                    "SELECT CASE substr(pg_walfile_name(pg_current_wal_lsn()), 1, 8) WHEN '" +
-                        transaction.substr(colon + 1) + "' THEN pg_xact_status('" +
-                        transaction.substr(0, colon) + "') END",
-                    settleAnswer));
-        if (status == "committed") {
-            return EOutcome::Committed;
-        }
-        return status == "aborted" ? EOutcome::RolledBack : EOutcome::Unknown;
+        const std::lock_guard lock(mutex_);
+        return writer.starts_with(name_ + "-") && !lost_.contains(writer);
     }
 
     std::string connectText_;
-    std::string name_ = randomName(); // of this instance, in its notices
+    std::string name_ = randomName();               // of this instance, in its connections' names
+    mutable std::atomic<unsigned> connections_ = 0; // made so far
+    mutable std::mutex mutex_;                      // guards lost_
+    mutable std::set<std::string> lost_;            // connections whose COMMIT had no answer
 };
 
 } // namespace

@@ -24,8 +24,8 @@ struct FreeNotify
 
 } // namespace
 
-PostgresqlNotices::PostgresqlNotices(std::unique_ptr<soci::session> session, std::string own)
-    : session_(std::move(session)), own_(std::move(own)), heard_(Steady::now())
+PostgresqlNotices::PostgresqlNotices(std::unique_ptr<soci::session> session, IsOwn isOwn)
+    : session_(std::move(session)), isOwn_(std::move(isOwn)), heard_(Steady::now())
 {
     execute(connectionOf(*session_), std::string("LISTEN ") + noticeChannel, signLimit);
 }
@@ -53,8 +53,8 @@ std::vector<std::string> PostgresqlNotices::received()
     std::vector<std::string> texts;
     while (
         const std::unique_ptr<PGnotify, FreeNotify> notify{PQnotifies(&connectionOf(*session_))}) {
-        const std::string text = notify->extra; // the sender's id, a space, the notice
-        if (const auto end = text.find(' '); text.substr(0, end) != own_) {
+        const std::string text = notify->extra; // the sender, a space, the notice
+        if (const auto end = text.find(' '); !isOwn_(text.substr(0, end))) {
             texts.push_back(end == std::string::npos ? "*" : text.substr(end + 1));
         }
     }

@@ -3,6 +3,7 @@
 
 #include "service/store/NoticeSource.h"
 
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -16,8 +17,10 @@ namespace kelvo::store {
 class PostgresqlNotices final : public NoticeSource
 {
 public:
-    /** `session` becomes this object's own. Notices of the instance `own` are not told. */
-    PostgresqlNotices(std::unique_ptr<soci::session> session, std::string own);
+    using IsOwn = std::function<bool(const std::string& sender)>;
+
+    /** `session` becomes this object's own. Notices of own senders are not told. */
+    PostgresqlNotices(std::unique_ptr<soci::session> session, IsOwn isOwn);
     ~PostgresqlNotices() override;
 
     std::vector<std::string> wait(std::chrono::milliseconds limit) override;
@@ -26,7 +29,7 @@ private:
     std::vector<std::string> received();
 
     std::unique_ptr<soci::session> session_;
-    std::string own_;
+    IsOwn isOwn_;
     std::chrono::steady_clock::time_point heard_;
 };
 

@@ -37,15 +37,15 @@ protected:
 
     store::User addFarmWithUser() { return addUser(addFarm("Hill Farm"), "olga"); }
 
-    /** Whether a transaction waits for a lock of another transaction. */
-    bool someoneWaits()
+    /** The number of transactions that wait for a lock of another transaction. */
+    int waiting()
     {
         return watcher->readNow([](soci::session& sql) {
             int waiting = 0;
             sql << "SELECT COUNT(*) FROM pg_stat_activity WHERE wait_event_type = 'Lock'"
                    " AND datname = current_database()",
                 soci::into(waiting);
-            return waiting > 0;
+            return waiting;
         });
     }
 
@@ -75,7 +75,7 @@ protected:
                 }
                 secondIsDone = true;
             });
-            while (!secondIsDone && !someoneWaits()) {
+            while (!secondIsDone && waiting() == 0) {
                 std::this_thread::yield();
             }
             secondWaited = !secondIsDone;

@@ -15,6 +15,7 @@
 
 #include <sys/socket.h>
 #include <sys/un.h>
+#include <unistd.h>
 
 namespace kelvo::test {
 namespace {
@@ -113,11 +114,18 @@ TEST_P(Instances, NoticeThatACommitRollsBack)
     EXPECT_TRUE(dialect->isUsable(*sql));
 }
 
-/** Its connections end after they have sent a COMMIT: the answer is lost. */
+/**
+ * Its connections end after they have sent a COMMIT: the answer is lost. The connections of this
+ * process from before its own stay.
+ */
 class DeafAtCommit final : public DialectAround
 {
 public:
-    using DialectAround::DialectAround;
+    explicit DeafAtCommit(std::unique_ptr<store::Dialect> real)
+        : DialectAround(std::move(real)), firstSocket_(::dup(0))
+    {
+        ::close(firstSocket_); // the lowest free number
+    }
 
     std::unique_ptr<soci::session> connect() const override { return connectInner(); }
 
@@ -125,7 +133,7 @@ public:
                 const std::string& notice) const override
     {
         const bool isDeaf = std::exchange(deaf, false);
-        for (int socket = 3; isDeaf && socket < 1024; ++socket) {
+        for (int socket = firstSocket_; isDeaf && socket < 1024; ++socket) {
             sockaddr_un peer{};
             socklen_t size = sizeof peer;
             if (::getpeername(socket, reinterpret_cast<sockaddr*>(&peer), &size) == 0 &&
@@ -138,6 +146,9 @@ public:
     }
 
     mutable bool deaf = false;
+
+private:
+    int firstSocket_;
 };
 
 TEST_P(Instances, LearnTheOutcomeOfACommitWithoutAnAnswer)
@@ -151,6 +162,76 @@ TEST_P(Instances, LearnTheOutcomeOfACommitWithoutAnAnswer)
     EXPECT_FALSE(link.deaf);
     EXPECT_EQ(farm.id, 1);
     EXPECT_EQ(read([](soci::session& sql) { return store::allFarms(sql).size(); }), 1U);
+}
+
+TEST_P(Instances, HearTheirOwnNoticeOfACommitWithoutAnAnswer)
+{
+    const store::User user = addFarmWithUser();
+    auto real = GetParam().connect(folder.Path());
+    const auto notices = real->listen();
+    auto dialect = std::make_unique<DeafAtCommit>(std::move(real));
+    DeafAtCommit& link = *dialect;
+    store::Database instance(std::move(dialect));
+    link.deaf = true;
+    instance.writeNow([&user](Transaction& t) {
+        store::addEvent(t, {user.farmId(), 0, "thing", 0, "{}", "", now});
+    });
+    write([](Transaction& t) { store::removeSession(t, "last"); });
+    std::vector<std::string> texts;
+    while (texts.empty() || texts.back() != "slast") {
+        for (std::string& text : notices->wait(std::chrono::seconds(60))) {
+            texts.push_back(std::move(text));
+        }
+    }
+    EXPECT_THAT(texts, testing::ElementsAre("f1", "slast"));
+}
+
+TEST_P(Instances, WaitForTheOutcomeOfACommitThatStillRuns)
+{
+    write([](Transaction& t) {
+        t.sql << "CREATE FUNCTION hold() RETURNS trigger LANGUAGE plpgsql AS"
+                 " 'BEGIN PERFORM pg_advisory_xact_lock(7); RETURN NULL; END'";
+        t.sql << "CREATE CONSTRAINT TRIGGER hold AFTER INSERT ON farms"
+                 " DEFERRABLE INITIALLY DEFERRED FOR EACH ROW EXECUTE FUNCTION hold()";
+    });
+    auto holder = GetParam().connect(folder.Path())->connect();
+    *holder << "SELECT pg_advisory_lock(7)";
+    auto dialect = std::make_unique<DeafAtCommit>(GetParam().connect(folder.Path()));
+    DeafAtCommit& link = *dialect;
+    store::Database instance(std::move(dialect));
+    link.deaf = true;
+    std::thread beside([&] {
+        EXPECT_NO_THROW(instance.writeNow([](Transaction& t) { store::addFarm(t, "Hill Farm"); }));
+    });
+    while (waiting() < 2) { // the COMMIT, and the question whether it has committed
+        std::this_thread::yield();
+    }
+    holder.reset();
+    beside.join();
+    EXPECT_EQ(read([](soci::session& sql) { return store::allFarms(sql).size(); }), 1U);
+}
+
+/** Ends a process of the server. The server then ends all others and recovers. */
+void crashServer(const store::Dialect& dialect)
+{
+    const auto sql = dialect.connect();
+    EXPECT_ANY_THROW(*sql << "COPY (SELECT 1) TO PROGRAM 'kill -9 $PPID'");
+}
+
+TEST_P(Instances, LearnThatACrashedServerHasLostTheChange)
+{
+    const auto dialect = GetParam().connect(folder.Path());
+    const auto sql = dialect->connect();
+    const std::string transaction = dialect->beginWrite(*sql, {store::Scope::all()});
+    crashServer(*dialect);
+    for (bool isBack = false; !isBack;) {
+        try {
+            other->writeNow([](Transaction& t) { store::addFarm(t, "Dale Farm"); });
+            isBack = true; // this transaction may have the same id
+        } catch (const store::StoreBusy&) {
+        }
+    }
+    EXPECT_THROW(dialect->commit(*sql, transaction, {}), store::StoreBusy);
 }
 
 TEST_P(Instances, RefuseAPasswordInTheUrl)
