@@ -20,7 +20,11 @@ vi.mock('../../src/api/client', async (original) => ({
   ...(await original<object>()),
   client: {
     POST: async () => ({response: new Response()}),
-    GET: async () => ({data: account, response: new Response()}),
+    GET: async (_path: string, {signal}: {signal: AbortSignal}) => {
+      await Promise.resolve();
+      signal.throwIfAborted();
+      return {data: account, response: new Response()};
+    },
     DELETE: async () => ({response: await fetch('')}),
   },
 }));
@@ -104,6 +108,15 @@ describe('a login', () => {
 });
 
 describe('a change of the people', () => {
+  it('drops the snapshot before it, if its answer comes later', async () => {
+    forgetAll();
+    start();
+    const older = expect(readCursor()).rejects.toThrow();
+    handlers.onEvent({id: '6', name: 'people-changed', data: {}});
+    await older;
+    expect(user.value).toBeUndefined();
+  });
+
   it('brings one new snapshot, also if two changes come at once', () => {
     takeSnapshot(account);
     start();
