@@ -31,7 +31,10 @@ def url_of(folders, server):
 
 
 class Engines:
-    """PostgreSQL and the object store. Their data end with the context."""
+    """PostgreSQL and the object store. Their data end with the context. The objects are in memory."""
+
+    def __init__(self, store_bytes=2 << 30):
+        self._store_bytes = store_bytes
 
     def __enter__(self):
         with contextlib.ExitStack() as stack:
@@ -39,7 +42,7 @@ class Engines:
             self.primary.make_database(DATABASE)
             self.standby = stack.enter_context(postgresql_server.PostgresqlServer(primary=self.primary))
             self.primary.confirm_by_standby()
-            self.gateway = stack.enter_context(object_gateway.ObjectGateway())
+            self.gateway = stack.enter_context(object_gateway.ObjectGateway(self._store_bytes))
             self._stack = stack.pop_all()
         return self
 
@@ -55,6 +58,17 @@ class Engines:
         """The credentials of the object store, for the environment of an instance."""
         return {"AWS_ACCESS_KEY_ID": self.gateway.access_key, "AWS_SECRET_ACCESS_KEY": self.gateway.secret_key}
 
+    def sessions(self):
+        """The sessions of the instances at the primary."""
+        return self._number(f"SELECT count(*) FROM pg_stat_activity WHERE datname = '{DATABASE}'")
+
+    def contents_above(self, size_bytes):
+        """The stored contents with more bytes."""
+        return self._number(f"SELECT count(*) FROM contents WHERE size_bytes > {size_bytes}", DATABASE)
+
+    def _number(self, query, database="postgres"):
+        return int(self.primary.psql(query, database).stdout)
+
     def has_synchronous_standby(self):
         return self.primary.psql("SELECT 1 FROM pg_stat_replication WHERE sync_state = 'sync'").stdout.strip() == "1"
 
@@ -69,9 +83,9 @@ class Engines:
 
 
 @contextlib.contextmanager
-def whole_fleet(binary, folder, options=(), count=3):
+def whole_fleet(binary, folder, options=(), count=3, **stores):
     """A fleet that is not started. Its attribute `engines` has the running engines."""
-    with Engines() as engines:
+    with Engines(**stores) as engines:
         fleet = Fleet(binary, folder / "service", folder / "service.log",
                       ("--database", engines.url, "--contents", engines.gateway.address, *options), count)
         fleet.environment = os.environ | engines.variables

@@ -60,7 +60,7 @@ paxos_min_wait = 0.01
 [osd]
 osd_data = {folder}/osd
 osd_objectstore = memstore
-memstore_device_bytes = 2147483648
+memstore_device_bytes = {store_bytes}
 osd_class_load_list = *
 osd_class_default_list = *
 osd_mclock_skip_benchmark = true
@@ -97,6 +97,10 @@ class ObjectGateway:
     secret_key = "kelvo-test-secret"
     bucket = "kelvo-test"
 
+    def __init__(self, store_bytes=2 << 30):
+        """If the store is full, writes wait without an end."""
+        self.store_bytes = store_bytes
+
     def __enter__(self):
         self.folder = tempfile.mkdtemp(prefix="kelvo-s3-")
         self.daemons = []
@@ -125,7 +129,8 @@ class ObjectGateway:
         for name in ("mon", "osd", "rgw"):
             os.mkdir(os.path.join(self.folder, name))
         with open(self.configuration, "w", encoding="utf-8") as file:
-            file.write(CONFIGURATION.format(fsid=fsid, monitor_port=monitor_port, port=port, folder=self.folder))
+            file.write(CONFIGURATION.format(fsid=fsid, monitor_port=monitor_port, port=port, folder=self.folder,
+                                            store_bytes=self.store_bytes))
         map_file = os.path.join(self.folder, "monmap")
         self._run("monmaptool", "--create", "--fsid", fsid, "--addv", "a", f"[v2:127.0.0.1:{monitor_port}/0]", map_file)
         self._run("ceph-mon", "--mkfs", "-i", "a", "--monmap", map_file)

@@ -3,79 +3,163 @@
 import random
 import signal
 import time
+from pathlib import Path
 
 from fleet import wait_until
+from kelvotour.service import ServiceError
 
 
 class Faults:
-    """`hold_seconds`: how long an instance is frozen or without its database."""
+    """A fault that changes nothing fails the drill: each fault hits a part that clients or instances use, and then
+    looks for its effect. `hold_seconds`: how long an instance is frozen or without its database."""
 
-    def __init__(self, fleet, links, hold_seconds, seed):
+    def __init__(self, fleet, links, herd, hold_seconds, seed):
         self.fleet, self.engines = fleet, fleet.engines
-        self._links, self._hold_seconds = links, hold_seconds
+        self._links, self._herd, self._hold_seconds = links, herd, hold_seconds
         self._random = random.Random(seed)
 
     def play(self, name):
-        getattr(self, name)()
+        """Returns when all parts run again, and clients have stored a file since then. Returns what the fault hit."""
+        hit = getattr(self, name)()
         self.fleet.wait_until_ready()
+        stored = self._herd.uploads()
+        wait_until(lambda: self._herd.uploads() > stored, "clients store nothing after the fault")
+        return hit
 
     def kill_an_instance(self):
-        self._kill(1)
+        return self._kill(1)
 
     def kill_two_instances(self):
-        self._kill(2)
+        return self._kill(2)
 
     def kill_the_primary(self):
+        sessions = self.engines.sessions()
+        demand(sessions > 0, "no instance has a session at the primary")
+        old = self.engines.primary
         self.engines.fail_over()
+        demand(self.engines.primary is not old, "the primary is the same as before")
         wait_until(self.engines.has_synchronous_standby, "the standby does not confirm commits")
+        return f"{sessions} sessions"
 
     def kill_the_object_gateway(self):
-        self.engines.gateway.kill_gateway()
-        self._pause()
-        self.engines.gateway.start_gateway()
-        self.engines.gateway.wait_for_gateway()
+        """The gateway stays away until an instance has noticed it."""
+        gateway = self.engines.gateway
+        retries = self._retries()
+        demand(gateway.gateway.poll() is None, "the object gateway has ended by itself")
+        gateway.kill_gateway()
+        wait_until(lambda: self._retries() > retries, "no instance uses the object gateway")
+        self.pause()
+        seen = self._retries() - retries
+        gateway.start_gateway()
+        gateway.wait_for_gateway()
+        return f"{seen:.0f} retries"
 
     def kill_the_proxy(self):
+        demand(self.fleet.proxy.is_running, "HAProxy has ended by itself")
+        hit = streams_text(self.fleet.instances)
+        demand(self.fleet.open_streams() > 0, "HAProxy has no clients")
         self.fleet.proxy.kill()
-        self._pause()
+        self.pause()
         self.fleet.proxy.start(self.fleet.instances)
+        return hit
 
     def drain_an_instance(self):
-        instance = self._random.choice(self.fleet.instances)
-        instance.stop()
-        instance.start()
+        [instance] = self._busy(1)
+        return self._restart(instance)
+
+    def restart_each_instance(self):
+        """A rolling restart, as in an upgrade, but of the same version."""
+        hits = []
+        for instance in self.fleet.instances:
+            self._require_streams([instance])
+            hits.append(self._restart(instance))
+            self.fleet.wait_until_ready()
+        return ", ".join(hits)
 
     def part_an_instance_from_the_database(self):
+        parted = self.fleet.instances[-1]
+        self._require_streams([parted])
         for link in self._links:
             link.hold()
         time.sleep(self._hold_seconds)
+        held = sum(link.held for link in self._links)
         for link in self._links:
             link.release()
+        demand(held > 0, "the instance sent nothing to the database")
+        return f"{held} held writes and connections"
 
     def freeze_an_instance(self):
-        instance = self._random.choice(self.fleet.instances)
+        [instance] = self._busy(1)
+        hit = streams_text([instance])
         instance.process.send_signal(signal.SIGSTOP)
         time.sleep(self._hold_seconds)
+        demand(is_stopped(instance.process.pid), "the instance is not frozen")
         instance.process.send_signal(signal.SIGCONT)
+        return hit
 
     def pause(self):
         """The time between two faults."""
         time.sleep(self._random.random())
 
-    _pause = pause
-
     def _kill(self, count):
-        victims = self._random.sample(self.fleet.instances, count)
+        victims = self._busy(count)
+        hit = streams_text(victims)
         for victim in victims:
             victim.process.kill()
-        self._pause()
+        self.pause()
         for victim in victims:
             victim.kill()
+            demand(victim.process.returncode == -signal.SIGKILL, f"{victim.data} has ended by itself")
             victim.start()
+        return hit
+
+    @staticmethod
+    def _restart(instance):
+        hit = streams_text([instance])
+        instance.stop()
+        instance.start()
+        return hit
+
+    def _busy(self, count):
+        """Some instances with clients."""
+        chosen = self._random.sample(self.fleet.instances, count)
+        self._require_streams(chosen)
+        return chosen
+
+    def _require_streams(self, instances):
+        """A restart of HAProxy spreads the clients over all instances."""
+        for instance in instances:
+            demand(instance.is_running, f"{instance.data} has ended by itself")
+        if not has_streams(instances):
+            self.fleet.proxy.kill()
+            self.fleet.proxy.start(self.fleet.instances)
+            wait_until(lambda: has_streams(instances), "the instances have no clients")
+
+    def _retries(self):
+        return sum(self.fleet.metrics()["kelvo_objects_retries_total"].values())
+
+
+def has_streams(instances):
+    return all(instance.open_streams() > 0 for instance in instances)
+
+
+def streams_text(instances):
+    return f"{sum(instance.open_streams() for instance in instances)} streams"
+
+
+def is_stopped(pid):
+    """Whether SIGSTOP holds the process."""
+    status = Path(f"/proc/{pid}/stat").read_text(encoding="utf-8")
+    return status.rpartition(")")[2].split()[0] == "T"
+
+
+def demand(is_so, problem):
+    if not is_so:
+        raise ServiceError(problem)
 
 
 KILLS = ("kill_an_instance", "kill_two_instances", "kill_the_primary", "kill_the_object_gateway", "kill_the_proxy")
-STOPS = ("drain_an_instance",)
+STOPS = ("drain_an_instance", "restart_each_instance")
 HOLDS = ("part_an_instance_from_the_database", "freeze_an_instance")
 
 

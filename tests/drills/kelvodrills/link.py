@@ -16,6 +16,7 @@ class Link:
     def __init__(self, server):
         self._target = os.path.join(server.folder, f".s.PGSQL.{server.port}")
         self.folder = tempfile.mkdtemp(prefix="kelvo-link-")
+        self.held = 0  # writes and connections since hold()
         self._passes = threading.Event()
         self._passes.set()
         self._listener = socket.socket(socket.AF_UNIX)
@@ -24,6 +25,7 @@ class Link:
         threading.Thread(target=self._accept, daemon=True).start()
 
     def hold(self):
+        self.held = 0
         self._passes.clear()
 
     def release(self):
@@ -42,8 +44,13 @@ class Link:
                 return
             threading.Thread(target=self._serve, args=(client,), daemon=True).start()
 
-    def _serve(self, client):
+    def _wait(self):
+        if not self._passes.is_set():
+            self.held += 1
         self._passes.wait()
+
+    def _serve(self, client):
+        self._wait()
         server = socket.socket(socket.AF_UNIX)
         try:
             server.connect(self._target)
@@ -60,7 +67,7 @@ class Link:
     def _pass(self, source, sink):
         try:
             while data := source.recv(READ_BYTES):
-                self._passes.wait()
+                self._wait()
                 sink.sendall(data)
         except OSError:
             pass

@@ -10,7 +10,7 @@ using namespace std::chrono_literals;
 /** The console itself does not run here, so its login never ends. */
 TEST(FinalCheckTest, LogsInAlsoWhileTheOfficeLogsIn)
 {
-    herd::Run run; // testing::Test has a Run too
+    herd::Run run;                      // testing::Test has a Run too
     run.network.servers.emplace_back(); // has no endpoint: an attempt fails at once
     Ledger ledger(run.network.figures, run.invariants);
     const Schedule idle(1, 0, {}, 0ms, 0ms);
