@@ -191,7 +191,7 @@ leg_fleet() {
     KELVO_DEMAND_GATEWAY=1 KELVO_DEMAND_POSTGRESQL=1 tests check --label-regex '^fleet$'
 }
 
-# Keeps the drill's folder if an invariant is broken. All contents stay in memory, about 10 GB in four hours.
+# Keeps the drill's folder if an invariant is broken. All contents stay in memory, about 10 GB.
 leg_drills() {
     configure check
     build check kelvo-service kelvo_postgresql kelvo-herd

@@ -14,12 +14,12 @@ SKIPPED = 77
 
 
 def processes_of(marker):
-    """The command lines of the processes with this word in their environment."""
-    found = []
+    """{id: command line} of the processes with this word in their environment."""
+    found = {}
     for process in Path("/proc").glob("[0-9]*"):
         try:
             if marker.encode() in (process / "environ").read_bytes():
-                found.append((process / "cmdline").read_text(encoding="utf-8").replace("\0", " "))
+                found[int(process.name)] = (process / "cmdline").read_text(encoding="utf-8").replace("\0", " ")
         except OSError:
             pass  # it has ended
     return found
@@ -43,9 +43,10 @@ class StopTest(unittest.TestCase):
                 self.assertGreater(len(processes_of(marker)), 4)
                 drill.send_signal(number)
                 self.assertEqual(drill.wait(GUARD_SECONDS), 128 + number)
-                self.assertEqual(processes_of(marker), [])
+                self.assertEqual(processes_of(marker), {})
             finally:
-                drill.kill()
+                for left in processes_of(marker):
+                    os.kill(left, signal.SIGKILL)
                 drill.wait()
                 drill.stdout.close()
 

@@ -48,8 +48,10 @@ class Service:
                 stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=log, text=True, env=self.environment)
         guard = threading.Timer(GUARD_SECONDS, self.process.kill)
         guard.start()
-        line = self.process.stdout.readline()
-        guard.cancel()
+        try:
+            line = self.process.stdout.readline()
+        finally:
+            guard.cancel()
         if not READY.match(line):
             self.process.kill()
             self.process.wait()
