@@ -23,8 +23,9 @@ export type Herd = typeof globalThis & {post: Post; moves: Moves};
 
 export async function canPost(page: Page): Promise<void> {
   await page.evaluate(() => {
-    const sender = new BroadcastChannel('kelvo-events');
-    const probe = new BroadcastChannel('kelvo-events'); // hears each message after the page
+    const channel = `kelvo-events ${localStorage.getItem('kelvo-session')}`;
+    const sender = new BroadcastChannel(channel);
+    const probe = new BroadcastChannel(channel); // hears each message after the page
     const post: Post = (events) => new Promise((resolve) => {
       let heard = 0;
       probe.onmessage = () => {
