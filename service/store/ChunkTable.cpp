@@ -47,12 +47,6 @@ bool changesARow(soci::statement& change)
     return change.get_affected_rows() > 0;
 }
 
-void removeReceived(Transaction& transaction, const std::string& upload)
-{
-    transaction.sql << "DELETE FROM upload_chunks WHERE upload = :upload", use(upload);
-    transaction.sql << "DELETE FROM received WHERE upload = :upload", use(upload);
-}
-
 void doomUploadChunks(Transaction& transaction, const std::string& upload, long long start,
                       long long nowMs)
 {
@@ -163,14 +157,18 @@ bool adoptChunks(Transaction& transaction, const std::string& upload, const Rece
                        " size_bytes, object_key, sha256 FROM upload_chunks"
                        " WHERE upload = :upload",
         use(sha256), use(upload);
-    removeReceived(transaction, upload);
+    transaction.sql << "DELETE FROM upload_chunks WHERE upload = :upload", use(upload);
+    transaction.sql << "DELETE FROM received WHERE upload = :upload", use(upload);
     return true;
 }
 
 void dropReceived(Transaction& transaction, const std::string& upload, long long nowMs)
 {
+    // Locks the row before the chunks are read. If a transaction of another scope has made a
+    // content of the chunks, this statement waits for its commit, and then there are no chunks.
+    transaction.sql << "DELETE FROM received WHERE upload = :upload", use(upload);
     doomUploadChunks(transaction, upload, 0, nowMs);
-    removeReceived(transaction, upload);
+    transaction.sql << "DELETE FROM upload_chunks WHERE upload = :upload", use(upload);
 }
 
 std::optional<long long> contentSize(soci::session& sql, const std::string& sha256)

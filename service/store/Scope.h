@@ -18,13 +18,15 @@ namespace kelvo::store {
  * A writing transaction takes its locks in this order:
  * 1. The lock of all rows: alone for all(), shared for the other scopes.
  * 2. The locks of its farms and uploads, alone, in the order of operator<.
- * 3. Rows that several farms share, by statements of the changes: the row of a content, or the
- *    counter of the consoles.
+ * 3. Rows that several scopes share, by statements of each change: the row of an upload in
+ *    `received`, then the row of a content, each before the chunks are read; or the counter of the
+ *    consoles.
  * 4. The counter of the audit trail, after the last change of the transaction.
  * 5. The database's own lock of the queue of notices, at the commit.
  *
- * Only locks of step 3 have no order of their own. If two transactions wait for each other there,
- * the database ends one of them after a second, and its changes fail with StoreBusy.
+ * The locks of step 3 have no order among the changes of a transaction. If two transactions wait
+ * for each other there, the database ends one statement after a second. Its change fails with
+ * StoreBusy.
  */
 struct Scope
 {
@@ -38,7 +40,11 @@ struct Scope
     /** All rows of a farm. Farm 0: the rows of administrators and of unknown users. */
     static constexpr Scope farm(Id farm) { return {EKind::Farm, static_cast<std::int32_t>(farm)}; }
 
-    /** The received bytes of an upload, but not its row in `uploads`, which is its farm's. */
+    /**
+     * The received bytes of an upload, but not its row in `uploads`, which is its farm's. The
+     * change of the farm that makes a content of the bytes takes them without this scope: see
+     * step 3.
+     */
     static constexpr Scope upload(std::string_view id)
     {
         std::uint32_t hash = 2166136261U; // FNV-1a: the same in each version of the service
