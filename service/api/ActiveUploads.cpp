@@ -18,21 +18,39 @@ ActiveUploads::Hold::~Hold()
 Async<std::shared_ptr<ActiveUploads::Hold>> ActiveUploads::take(std::string id,
                                                                 http::BodyReader& body)
 {
+    const std::uint64_t number = ++requests_;
     for (;;) {
         {
             const std::lock_guard lock(mutex_);
-            if (!entries_.contains(id)) {
+            const auto found = entries_.find(id);
+            if (found == entries_.end()) {
                 // The destructor of a Hold frees the upload, so only a free upload gets a Hold.
                 auto hold = std::make_shared<Hold>(*this, id, body);
-                entries_[id] = Entry{hold, body.executor(), {}};
+                entries_[id] = Entry{hold, body.executor(), number, {}};
                 co_return hold;
             }
+            stopOlder(found->second, number, body);
         }
         StartOperation start = [this, &id](std::function<void()> done) {
             waitForRelease(id, std::move(done));
         };
         co_await awaitOperation(std::move(start));
     }
+}
+
+/** Of the holder and the request `number`, stops the older. Called on the thread of `body`. */
+void ActiveUploads::stopOlder(const Entry& entry, std::uint64_t number, http::BodyReader& body)
+{
+    if (entry.number > number) {
+        body.abandon();
+        return;
+    }
+    // Runs on the holder's thread, so the holder cannot end meanwhile.
+    asio::post(entry.executor, [holder = entry.holder] {
+        if (const auto alive = holder.lock()) {
+            alive->body_.abandon();
+        }
+    });
 }
 
 bool ActiveUploads::isHeld(const std::string& id) const
@@ -48,12 +66,6 @@ void ActiveUploads::waitForRelease(const std::string& id, std::function<void()> 
         const auto found = entries_.find(id);
         if (found != entries_.end()) {
             found->second.waiters.push_back(std::move(done));
-            // Runs on the holder's thread, so the holder cannot end meanwhile.
-            asio::post(found->second.executor, [holder = found->second.holder] {
-                if (const auto alive = holder.lock()) {
-                    alive->body_.abandon();
-                }
-            });
             return;
         }
     }

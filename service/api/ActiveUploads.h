@@ -3,6 +3,8 @@
 
 #include "service/http/BodyReader.h"
 
+#include <atomic>
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <memory>
@@ -37,7 +39,10 @@ public:
         asio::any_io_executor executor_;
     };
 
-    /** Stops the request that holds the upload now, if any, and waits for it. */
+    /**
+     * Waits for the request that holds the upload now, if any. The body of the older of the two
+     * requests is stopped: the older called this function first.
+     */
     Async<std::shared_ptr<Hold>> take(std::string id, http::BodyReader& body);
 
     /** Whether a request works on the upload now. Any thread. */
@@ -48,13 +53,16 @@ private:
     {
         std::weak_ptr<Hold> holder;
         asio::any_io_executor executor; // the holder's
+        std::uint64_t number = 0;       // the holder's
         std::vector<std::function<void()>> waiters;
     };
 
+    static void stopOlder(const Entry& entry, std::uint64_t number, http::BodyReader& body);
     void waitForRelease(const std::string& id, std::function<void()> done);
     void release(const std::string& id);
 
-    mutable std::mutex mutex_; // guards entries_
+    std::atomic<std::uint64_t> requests_ = 0; // a newer request has a higher number
+    mutable std::mutex mutex_;                // guards entries_
     std::map<std::string, Entry> entries_;
 };
 

@@ -55,6 +55,24 @@ TEST_F(OneAtATime, TheNewRequestStopsTheOldAndWaitsForIt)
     loop.runUntil([this] { return log.size() == 4; });
 }
 
+TEST_F(OneAtATime, TheNewestRequestIsNotStoppedByAnOlderOneThatWaits)
+{
+    SilentRequest holder(loop.io());
+    SilentRequest older(loop.io());
+    SilentRequest newest(loop.io());
+    auto hold = loop.run(active.take("u1", *holder.body));
+    loop.start(work(older, "u1", "older"));
+    loop.io().poll(); // the older request waits
+    loop.start(work(newest, "u1", "newest"));
+    hold.reset(); // the newest request takes the upload before the older one wakes up
+    loop.runUntil([this] { return log.size() == 1; });
+    loop.io().poll();
+    loop.run(test::sendText(*newest.pair.client, "0123456789"));
+    loop.runUntil([this] { return log.size() == 4; });
+    EXPECT_EQ(log, (std::vector<std::string>{"newest begins", "newest ends", "older begins",
+                                             "older is stopped"}));
+}
+
 TEST_F(OneAtATime, OtherUploadsAreNotStopped)
 {
     SilentRequest one(loop.io());
