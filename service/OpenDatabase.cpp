@@ -96,7 +96,8 @@ void requireOwnDatabase(const std::filesystem::path& folder)
         throw StartRefused("the data folder " + folder.string() +
                            " belongs to an instance on the database server that its file " +
                            serverName +
-                           " names; the server's own tools copy and check the database");
+                           " names: start the instance with --database; the tools of the database"
+                           " server make backups");
     }
     if (std::filesystem::exists(folder / movedName)) {
         throw StartRefused("the service of the data folder " + folder.string() +

@@ -37,7 +37,7 @@ void NoticeListener::pass(store::NoticeSource& source)
 {
     store::Notice everything;
     everything.all = true;
-    broker_.notice(everything); // a commit before the source listened sent no notice
+    broker_.notice(everything); // the notices of earlier commits are lost
     while (!stops()) {
         for (const std::string& text : source.wait(oneWait)) {
             broker_.notice(store::Notice::parse(text));
