@@ -6,7 +6,6 @@ import {colourOf} from '../../src/map/channels';
 import {archive, field, grid, logBytes, logSet, prescription, roundField, shapefile, task, taskData, withClaimedSize, zones,
   type LogPoint} from '../unit/archives';
 import {violations} from './barriers';
-import {drawn} from './canvas';
 import {useWorld, world} from './world';
 
 useWorld();
@@ -34,6 +33,15 @@ async function lookAt(page: Page, across: number, down: number): Promise<Look> {
     return `#${[...pixel.slice(0, 3)].map((each) => each.toString(16).padStart(2, '0')).join('')}`;
   }, [across, down]);
   return {latitude, longitude, value, colour};
+}
+
+/** The map has drawn its features. */
+async function drawn(page: Page): Promise<void> {
+  await page.waitForFunction(() => {
+    const canvas = document.querySelector<HTMLCanvasElement>('.map canvas');
+    if (!canvas) return false;
+    return canvas.getContext('2d')!.getImageData(0, 0, canvas.width, canvas.height).data.some((each) => each !== 0);
+  });
 }
 
 describe('the map of a grid', () => {
