@@ -35,8 +35,12 @@ class Instance:
     def is_running(self):
         return self.process.poll() is None
 
-    def open_streams(self):
-        return self.streams
+    def metrics(self):
+        return metrics(self.streams)
+
+
+def metrics(streams):
+    return {"kelvo_event_streams_open": {frozenset(): float(streams)}, "kelvo_objects_retries_total": {frozenset(): 0.0}}
 
 
 def once(is_so, problem):
@@ -50,7 +54,7 @@ class FaultsTest(unittest.TestCase):
         self.instance = Instance()
         self.addCleanup(lambda: self.instance.kill())
         self.fleet = mock.Mock(instances=[self.instance])
-        self.fleet.metrics.return_value = {"kelvo_objects_retries_total": {frozenset(): 0.0}}
+        self.fleet.metrics.return_value = metrics(5)
 
     def play(self, name, uploads=(1, 2), links=()):
         """`uploads`: the acknowledged uploads after the fault, and a second later."""
@@ -61,8 +65,24 @@ class FaultsTest(unittest.TestCase):
     def test_a_kill_of_an_instance_with_clients_is_a_fault(self):
         self.assertEqual(self.play("kill_an_instance"), "5 streams")
 
+    def test_a_kill_of_an_instance_that_ends_meanwhile_fails(self):
+        self.instance.process.terminate()
+        self.instance.process.wait()
+        with mock.patch.object(Instance, "is_running", True), self.assertRaisesRegex(ServiceError, "ended by itself"):
+            self.play("kill_an_instance")
+
+    def test_a_kill_of_an_ended_haproxy_fails(self):
+        self.fleet.proxy.is_running = False
+        with self.assertRaisesRegex(ServiceError, "HAProxy has ended"):
+            self.play("kill_the_proxy")
+
+    def test_a_kill_of_an_ended_object_gateway_fails(self):
+        self.fleet.engines.gateway.gateway.poll.return_value = 1
+        with self.assertRaisesRegex(ServiceError, "gateway has ended"):
+            self.play("kill_the_object_gateway")
+
     def test_a_kill_of_an_idle_haproxy_fails(self):
-        self.fleet.open_streams.return_value = 0
+        self.fleet.metrics.return_value = metrics(0)
         with self.assertRaisesRegex(ServiceError, "HAProxy has no clients"):
             self.play("kill_the_proxy")
 
