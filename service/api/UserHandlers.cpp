@@ -180,7 +180,7 @@ void rename(store::Transaction& transaction, store::User& user, const std::strin
     if (other && other->user.id != user.id) {
         throw Problem(EProblem::Conflict, "A user with this name exists.");
     }
-    store::setUserName(transaction, user.id, name);
+    store::setUserName(transaction, user, name);
     user.name = name;
 }
 

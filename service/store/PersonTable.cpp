@@ -4,6 +4,7 @@
 #include "service/store/Bind.h"
 #include "service/store/EventTable.h"
 #include "service/store/SessionTable.h"
+#include "service/store/UserTable.h"
 
 #include <soci/soci.h>
 
@@ -69,7 +70,6 @@ void deleteUser(Transaction& transaction, const User& user, long long nowMs)
     removeSessionsOf(transaction, user.id);
     run(transaction, "DELETE FROM login_places WHERE user_id = :user", user.id);
     run(transaction, "DELETE FROM uploads WHERE user_id = :user", user.id);
-    const std::string name = deletedUserPrefix + std::to_string(user.id);
     const std::string identity = "user:" + std::to_string(user.id);
     const Id farm = user.farmId();
     sql << "UPDATE sessions SET console_id = NULL WHERE console_id IN"
@@ -83,11 +83,9 @@ void deleteUser(Transaction& transaction, const User& user, long long nowMs)
     }
     sql << "DELETE FROM consoles WHERE farm_id = :farm AND identity = :identity", use(farm),
         use(identity);
-    sql << "UPDATE files SET deleted_by = :now WHERE farm_id = :farm AND deleted_by = :name",
-        use(name), use(farm), use(user.name);
-    sql << "UPDATE users SET name = :name, password_hash = '', disabled = 1, deleted_ms = :now"
-           " WHERE id = :user",
-        use(name), use(nowMs), use(user.id);
+    setUserName(transaction, user, deletedUserPrefix + std::to_string(user.id));
+    sql << "UPDATE users SET password_hash = '', disabled = 1, deleted_ms = :now WHERE id = :user",
+        use(nowMs), use(user.id);
 }
 
 std::vector<WorkPoint> workOf(soci::session& sql, Id user, long long afterNumber, int most)

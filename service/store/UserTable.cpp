@@ -141,9 +141,13 @@ void setDisabled(Transaction& transaction, Id user, bool disabled)
     transaction.notice.users.insert(user);
 }
 
-void setUserName(Transaction& transaction, Id user, const std::string& name)
+void setUserName(Transaction& transaction, const User& user, const std::string& name)
 {
-    transaction.sql << "UPDATE users SET name = :name WHERE id = :id", use(name), use(user);
+    const Id farm = user.farmId();
+    transaction.sql << "UPDATE users SET name = :name WHERE id = :id", use(name), use(user.id);
+    transaction.sql << "UPDATE files SET deleted_by = :new WHERE farm_id = :farm"
+                       " AND deleted_by = :old",
+        use(name), use(farm), use(user.name);
 }
 
 void setRole(Transaction& transaction, Id user, ERole role)

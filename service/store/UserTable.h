@@ -48,7 +48,8 @@ void allUsers(soci::session& sql, const UserPart& part,
               const std::function<bool(const User&)>& visit);
 
 void setDisabled(Transaction& transaction, Id user, bool disabled);
-void setUserName(Transaction& transaction, Id user, const std::string& name);
+/** Renames the user, also where the bin names the user. `user` has the old name. */
+void setUserName(Transaction& transaction, const User& user, const std::string& name);
 void setRole(Transaction& transaction, Id user, ERole role);
 void setPassword(Transaction& transaction, Id user, const std::string& passwordHash);
 

@@ -174,6 +174,7 @@ class Deletion(PeopleTest):
         kept = hugo.put("kept.zip", [inbox], b"kept")[0]["id"]
         binned = hugo.put("binned.zip", [inbox], b"binned")[0]["id"]
         hugo.delete(f"/resources/{binned}")
+        self.change(self.anna, user, name="hugo senior")
         self.refused(self.anna.delete(f"/users/{user}", 409), "conflict")
         for wrong in (user, 2147483647):
             self.anna.delete(f"/users/{user}?heir={wrong}", 422)
@@ -186,6 +187,8 @@ class Deletion(PeopleTest):
             self.assertEqual(stream.expect("file-added").data["entry"]["id"], kept)
         hugo.get("/account", 401)
         self.try_login("hugo", PASSWORD, 401)
+        in_bin = {file["id"]: file["deleted_by"] for file in self.anna.get("/bin").json()["files"]}
+        self.assertEqual(in_bin[binned], f"deleted-user-{user}")
         self.assertEqual(erbe.get(f"/resources/{kept}/content").body, b"kept")
         self.anna.post(f"/bin/{binned}/restore", 200)
         self.assertEqual(self.names(erbe, make_inbox(erbe, "Curves")), ["kept.zip", "binned.zip"])
