@@ -27,8 +27,8 @@ std::string joined(const RequestHead& head, std::string_view name)
     return all;
 }
 
-/** Splits at separators outside quotes. Every quote must end. */
-std::vector<std::string_view> split(std::string_view text, char separator)
+/** Splits at separators, or at separators outside quotes. Then every quote must end. */
+std::vector<std::string_view> split(std::string_view text, char separator, bool hasQuotes)
 {
     std::vector<std::string_view> parts;
     bool isQuoted = false;
@@ -37,7 +37,7 @@ std::vector<std::string_view> split(std::string_view text, char separator)
         if (i == text.size() || (text[i] == separator && !isQuoted)) {
             parts.push_back(trimmed(text.substr(begin, i - begin)));
             begin = i + 1;
-        } else if (text[i] == '"') {
+        } else if (text[i] == '"' && hasQuotes) {
             isQuoted = !isQuoted;
         }
     }
@@ -47,7 +47,7 @@ std::vector<std::string_view> split(std::string_view text, char separator)
 /** The `for` parameter of one element of Forwarded; empty if it has none. */
 std::string_view forParameter(std::string_view element)
 {
-    for (std::string_view pair : split(element, ';')) {
+    for (std::string_view pair : split(element, ';', true)) {
         if (pair.size() > 4 && boost::beast::iequals(pair.substr(0, 4), "for=")) {
             return pair.substr(4);
         }
@@ -102,7 +102,7 @@ std::string clientAddress(const RequestHead& head, const std::string& peer,
     }
     const bool isStandard = !head.header("Forwarded").empty();
     const std::string all = joined(head, isStandard ? "Forwarded" : "X-Forwarded-For");
-    std::vector<std::string_view> senders = split(all, ',');
+    std::vector<std::string_view> senders = split(all, ',', isStandard);
     std::string client = peer;
     for (; trusted.contains(client) && !senders.empty(); senders.pop_back()) {
         const std::string_view sender = senders.back();
