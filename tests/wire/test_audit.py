@@ -12,6 +12,7 @@ import unittest
 
 from kelvowire.farm import PASSWORD, WireTest, make_inbox
 from kelvowire.http import Client
+from needs import needs
 
 FILTER = os.path.join(os.path.dirname(__file__), "..", "..", "packaging", "kelvo-service", "fail2ban-filter.conf")
 FAIL2BAN = shutil.which("fail2ban-regex") or "/usr/bin/fail2ban-regex"
@@ -124,8 +125,8 @@ class QuietLog(AuditTest):
 
 
 class Fail2ban(AuditTest):
-    @unittest.skipUnless(os.path.exists(FAIL2BAN), "fail2ban is not installed")
     def test_the_filter_finds_the_address_of_each_failed_login(self):
+        needs(self, os.path.exists(FAIL2BAN), "fail2ban is not installed")
         statuses = self.fail_to_log_in("otto", 5)
         self.assertEqual(statuses, [401, 401, 401, 429, 429])
         self.user("piet")
