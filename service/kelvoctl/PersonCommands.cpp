@@ -46,9 +46,11 @@ void changeOwnPassword(CommandContext& context, const PersonOptions& options)
     context.client().call("POST", "/account/password", json{{"current", current}, {"new", wanted}});
 }
 
-void listSessions(CommandContext& context, const PersonOptions& /*options*/)
+void listSessions(CommandContext& context, const PersonOptions& options)
 {
-    const json sessions = context.client().call("GET", "/sessions").at("sessions");
+    const std::string path =
+        options.name.empty() ? "/sessions" : userPath(context, options.name) + "/export";
+    const json sessions = context.client().call("GET", path).at("sessions");
     if (context.json) {
         std::cout << oneLine(sessions) << std::endl;
         return;
@@ -66,7 +68,8 @@ void listSessions(CommandContext& context, const PersonOptions& /*options*/)
 
 void endSession(CommandContext& context, const PersonOptions& options)
 {
-    context.client().call("DELETE", "/sessions/" + percentEncoded(options.other));
+    const std::string user = options.name.empty() ? "" : userPath(context, options.name);
+    context.client().call("DELETE", user + "/sessions/" + percentEncoded(options.other));
 }
 
 void renameFile(CommandContext& context, const PersonOptions& options)
@@ -150,12 +153,20 @@ void addOwnCommands(CLI::App& line, CommandContext& context, const Options& opti
             "--new-password-file", options->newPasswordFile,
             "File with the new password (default: KELVOCTL_NEW_PASSWORD, then the terminal)")
         ->type_name("FILE");
-    CLI::App* session = line.add_subcommand("session", "Your own sessions")->fallthrough();
+    CLI::App* session =
+        line.add_subcommand("session", "Your sessions, or those of a user")->fallthrough();
     session->require_subcommand(1);
-    addCommand(*session, context, options, "list", "List your sessions", listSessions);
-    addCommand(*session, context, options, "end", "End one of your sessions", endSession)
-        .add_option("ID", options->other, "Id of the session, as printed by session list")
+    CLI::App& list =
+        addCommand(*session, context, options, "list", "List the sessions", listSessions);
+    CLI::App& end = addCommand(*session, context, options, "end", "End a session", endSession);
+    end.add_option("ID", options->other, "Id of the session, as printed by session list")
         ->required();
+    for (CLI::App* command : {&list, &end}) {
+        command
+            ->add_option("--user", options->name,
+                         "User whose sessions you manage (office, administrator)")
+            ->type_name("NAME");
+    }
     CLI::App& mv = addCommand(line, context, options, "mv", "Rename a file", renameFile);
     mv.add_option("ID", options->id, "Id of the file, as printed by ls")
         ->required()
