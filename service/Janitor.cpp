@@ -28,16 +28,16 @@ constexpr long long loginPlaceLifeMs = 90 * 24 * hourMs;
 
 void cleanDatabase(const Janitor::Parts& parts, const Janitor::Settings& settings)
 {
-    const long long now = parts.clock.nowMs();
+    const ExpiryTime now = parts.clock.expiryNow();
     parts.database.writeNow([now, &settings](store::Transaction& transaction) {
         store::removeExpiredSessions(transaction, now);
-        store::removeLoginPlacesBefore(transaction, now - loginPlaceLifeMs);
-        store::prunePositions(transaction, now - positionLifeMs);
-        store::forgetConsoles(transaction, now - settings.consoleDays * 24 * hourMs);
+        store::removeLoginPlacesBefore(transaction, now.ms - loginPlaceLifeMs);
+        store::prunePositions(transaction, now.ms - positionLifeMs);
+        store::forgetConsoles(transaction, now.ms - settings.consoleDays * 24 * hourMs);
         store::forgetOldResults(transaction, now);
-        store::pruneAudit(transaction, now - settings.auditDays * 24 * hourMs);
+        store::pruneAudit(transaction, now.ms - settings.auditDays * 24 * hourMs);
         if (settings.eventHours > 0) {
-            store::pruneEventsBefore(transaction, now - settings.eventHours * hourMs);
+            store::pruneEventsBefore(transaction, now.ms - settings.eventHours * hourMs);
         }
     });
 }
@@ -50,7 +50,7 @@ bool isUsed(const Janitor::Parts& parts, const std::string& digest)
 
 void removeExpiredUploads(const Janitor::Parts& parts, const Janitor::Stops& stops)
 {
-    const long long now = parts.clock.nowMs();
+    const ExpiryTime now = parts.clock.expiryNow();
     const auto expired = parts.database.readNow(
         [now](soci::session& sql) { return store::expiredUploads(sql, now); });
     for (const std::string& id : expired) {
@@ -80,12 +80,12 @@ void removeExpiredUploads(const Janitor::Parts& parts, const Janitor::Stops& sto
 void removeOrphanedUploads(const Janitor::Parts& parts, long long keptForMs,
                            const Janitor::Stops& stops)
 {
-    const long long now = parts.clock.nowMs();
+    const long long nowMs = parts.clock.expiryNow().ms;
     for (const std::string& id : parts.folder->uploadIds()) {
         const auto upload = parts.database.readNow(
             [&id](soci::session& sql) { return store::uploadById(sql, id); });
         const auto changedMs = parts.folder->uploadChangedMs(id);
-        const bool isOld = changedMs && now - *changedMs >= keptForMs;
+        const bool isOld = changedMs && nowMs - *changedMs >= keptForMs;
         if (upload ? upload->finished : isOld) {
             parts.contents.removeUpload(id);
         }
@@ -115,10 +115,10 @@ void markOrRemoveContent(const Janitor::Parts& parts, const std::string& digest,
     if (used == isMarked) {
         parts.folder->markUnused(digest, !used); // starts or clears its time unused
     }
-    const long long now = parts.clock.nowMs();
-    const long long unusedForMs = isMarked ? now - *times->unusedSinceMs : 0;
+    const long long nowMs = parts.clock.expiryNow().ms;
+    const long long unusedForMs = isMarked ? nowMs - *times->unusedSinceMs : 0;
     // A creation time in the future comes from a wrong clock and is ignored.
-    const bool isOlderThanDatabase = times->writtenMs < age.createdMs && age.createdMs <= now;
+    const bool isOlderThanDatabase = times->writtenMs < age.createdMs && age.createdMs <= nowMs;
     if (!used && !isOlderThanDatabase && unusedForMs >= age.keptForMs) {
         parts.contents.remove(digest);
     }
@@ -139,7 +139,7 @@ void attempt(const char* what, const std::function<void()>& step)
 
 void emptyBin(const Janitor::Parts& parts, const Janitor::Stops& stops)
 {
-    const long long before = parts.clock.nowMs() - binLifeMs;
+    const long long before = parts.clock.expiryNow().ms - binLifeMs;
     std::vector<std::string> digests;
     do {
         digests = parts.database.writeNow([before](store::Transaction& transaction) {
@@ -191,11 +191,11 @@ void setHeldBack(HeldBack& heldBack, long long sessions, long long uploads, long
 
 void countHeldBack(const Janitor::Parts& parts)
 {
-    const long long now = parts.clock.nowMs();
+    const ExpiryTime now{parts.clock.nowMs()}; // as if the clock were trusted
     parts.database.readNow([&parts, now](soci::session& sql) {
         setHeldBack(parts.heldBack, store::countExpiredSessions(sql, now),
                     static_cast<long long>(store::expiredUploads(sql, now).size()),
-                    store::countBinBefore(sql, now - binLifeMs));
+                    store::countBinBefore(sql, now.ms - binLifeMs));
         return 0;
     });
 }

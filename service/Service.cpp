@@ -198,11 +198,7 @@ std::vector<Readiness::Check> readinessChecks(Backend& backend,
                  backend.home->probe();
                  return std::string();
              }},
-            {"certificate", [&backend, &certificate] {
-                 const bool isValid =
-                     backend.clock.expiryNowMs() / 1000 < certificate.certificateEndS();
-                 return std::string(isValid ? "" : "has ended");
-             }}};
+            {"certificate", [&certificate] { return certificate.failure(); }}};
 }
 
 /**

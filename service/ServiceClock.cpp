@@ -30,12 +30,12 @@ std::int64_t ServiceClock::nowMs() const
     return trusted ? std::max(now, *trusted - toleratedBehindMs) : now;
 }
 
-std::int64_t ServiceClock::expiryNowMs() const
+ExpiryTime ServiceClock::expiryNow() const
 {
     const auto trusted = trustedMs();
     const std::int64_t now = nowMs();
     const bool isAhead = trusted && (!isTrusted() || now > *trusted + toleratedAheadMs);
-    return isAhead ? std::min(now, *trusted) : now;
+    return {isAhead ? std::min(now, *trusted) : now};
 }
 
 bool ServiceClock::hasJumped(std::int64_t aheadMs)

@@ -20,10 +20,10 @@ namespace kelvo {
  * confirms it. Restarts do not end the wait. Data may be removed by its age only while the clock is
  * trusted.
  *
- * While the clock is not trusted, expiryNowMs() does not run ahead of the trusted time. If the
+ * While the clock is not trusted, expiryNow() does not run ahead of the trusted time. If the
  * machine's clock is then behind, nowMs() stays within an hour of the latest trusted time.
  *
- * Thread: nowMs(), steadyMs() and expiryNowMs() on any thread; check() on one thread at a time.
+ * Thread: nowMs(), steadyMs() and expiryNow() on any thread; check() on one thread at a time.
  */
 class ServiceClock final : public Clock
 {
@@ -33,7 +33,7 @@ public:
 
     std::int64_t nowMs() const override;
     std::int64_t steadyMs() const override { return machine_.steadyMs(); }
-    std::int64_t expiryNowMs() const override;
+    ExpiryTime expiryNow() const override;
 
     /**
      * Compares the machine's clock with the database and stores the result there. `confirmedMs` is

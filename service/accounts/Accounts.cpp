@@ -115,7 +115,7 @@ Async<void> Accounts::record(const Attempt& attempt, const char* outcome)
 
 Async<store::Credentials> Accounts::check(Attempt attempt, std::string password)
 {
-    const long long since = clock_.expiryNowMs() - placeLifeMs;
+    const long long since = clock_.expiryNow().ms - placeLifeMs;
     auto find = [&attempt, since](soci::session& sql) {
         attempt.known = store::credentialsOf(sql, attempt.user);
         if (attempt.known && store::isLoginPlace(sql, attempt.known->user.id,
@@ -189,7 +189,7 @@ Async<store::Session> Accounts::authenticate(http::Request& request)
 {
     const std::string hash = sha256Hex(sessionToken(request));
     auto find = [this, &hash](soci::session& sql) {
-        return store::findSession(sql, hash, clock_.expiryNowMs());
+        return store::findSession(sql, hash, clock_.expiryNow());
     };
     auto session = co_await database_.read(find);
     if (!session) {

@@ -38,7 +38,7 @@ Async<store::Id> startingPoint(Context& context, const store::Session& session,
                                std::optional<store::Id> wanted)
 {
     auto query = [&context, &session](soci::session& sql) {
-        if (!store::findSession(sql, session.tokenHash, context.clock.expiryNowMs())) {
+        if (!store::findSession(sql, session.tokenHash, context.clock.expiryNow())) {
             throw Problem(EProblem::Unauthenticated, "The session has ended.");
         }
         return store::eventBounds(sql, session.user.farmId());

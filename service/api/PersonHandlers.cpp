@@ -51,7 +51,7 @@ Async<Response> changeOwnPassword(Context& context, Request& request)
     co_await checkCurrentPassword(context, request, session.user, current);
     const std::string hash = co_await context.accounts.hashPassword(password);
     auto change = [&](store::Transaction& transaction) {
-        if (!store::findSession(transaction.sql, session.tokenHash, context.clock.nowMs())) {
+        if (!store::findSession(transaction.sql, session.tokenHash, context.clock.expiryNow())) {
             throw Problem(EProblem::Unauthenticated, "The session has ended.");
         }
         store::setPassword(transaction, session.user.id, hash);
@@ -189,7 +189,7 @@ Async<Response> exportUser(Context& context, Request& request)
 {
     const store::Session session = co_await context.accounts.authenticate(request);
     const store::Id id = request.id();
-    const long long now = context.clock.nowMs();
+    const ExpiryTime now = context.clock.expiryNow();
     auto query = [&context, &session, id, now](soci::session& sql) {
         const store::User user = visibleUser(sql, session.user, id);
         JsonAnswer answer(context, session.user.farmId());

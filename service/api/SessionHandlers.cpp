@@ -48,7 +48,7 @@ Async<void> endReplacedSession(Context& context, const Request& request)
 {
     const std::string hash = sha256Hex(accounts::cookieToken(request));
     auto find = [&](soci::session& sql) {
-        return store::findSession(sql, hash, context.clock.expiryNowMs());
+        return store::findSession(sql, hash, context.clock.expiryNow());
     };
     if (const auto replaced = co_await context.database.read(find)) {
         co_await endByLogOut(context, request, *replaced);
@@ -100,7 +100,7 @@ Async<Response> logOut(Context& context, Request& request)
 Async<Response> listSessions(Context& context, Request& request)
 {
     const store::Session session = co_await context.accounts.authenticate(request);
-    const long long now = context.clock.nowMs();
+    const ExpiryTime now = context.clock.expiryNow();
     auto query = [&context, &session, now](soci::session& sql) {
         JsonAnswer answer(context, session.user.farmId());
         answer.open(Json::object(), "sessions");
@@ -118,7 +118,7 @@ std::string removeNamedSession(const Context& context, store::Transaction& trans
                                const Request& request, store::Id user)
 {
     const auto found = store::sessionById(transaction.sql, user, request.parameter("session"),
-                                          context.clock.nowMs());
+                                          context.clock.expiryNow());
     if (!found) {
         throw http::Problem(http::EProblem::NotFound, "No session has this id.");
     }

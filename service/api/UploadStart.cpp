@@ -45,7 +45,7 @@ bool isSameRequest(const store::Upload& upload, const UploadRequest& wanted)
 }
 
 std::optional<store::Upload> findRepeat(store::Transaction& transaction, const store::User& user,
-                                        const UploadRequest& wanted, long long nowMs)
+                                        const UploadRequest& wanted, ExpiryTime now)
 {
     if (wanted.key.empty()) {
         return std::nullopt;
@@ -58,8 +58,8 @@ std::optional<store::Upload> findRepeat(store::Transaction& transaction, const s
         throw Problem(EProblem::Conflict,
                       "The Idempotency-Key was used for another name, target or length.");
     }
-    const bool isUsable =
-        known->finished ? store::isRepeatable(transaction.sql, *known) : known->expiresMs > nowMs;
+    const bool isUsable = known->finished ? store::isRepeatable(transaction.sql, *known)
+                                          : !now.hasReached(known->expiresMs);
     if (isUsable) {
         return known;
     }
@@ -69,12 +69,12 @@ std::optional<store::Upload> findRepeat(store::Transaction& transaction, const s
 
 /** The length of all parts of a final upload. */
 long long lengthOfParts(soci::session& sql, const store::User& user, const UploadRequest& wanted,
-                        long long nowMs)
+                        ExpiryTime now)
 {
     long long length = 0;
     for (const std::string& id : wanted.parts) {
         const auto part = store::uploadById(sql, id);
-        const bool isUsable = part && part->user == user.id && part->expiresMs > nowMs;
+        const bool isUsable = part && part->user == user.id && !now.hasReached(part->expiresMs);
         if (!isUsable || !part->isPartial()) {
             throw Problem(EProblem::NotFound, "A part of the upload does not exist.");
         }
@@ -93,7 +93,7 @@ long long lengthFor(const Context& context, soci::session& sql, const store::Use
     if (!wanted.isFinal()) {
         return wanted.lengthBytes;
     }
-    const long long length = lengthOfParts(sql, user, wanted, context.clock.expiryNowMs());
+    const long long length = lengthOfParts(sql, user, wanted, context.clock.expiryNow());
     if (length > context.settings.maxUploadBytes) {
         throw Problem(EProblem::ContentTooLarge, "The file is larger than this service allows.");
     }
@@ -103,8 +103,7 @@ long long lengthFor(const Context& context, soci::session& sql, const store::Use
 StartedUpload start(Context& context, store::Transaction& transaction, const store::User& user,
                     const UploadRequest& wanted, const std::string& newId)
 {
-    const long long nowMs = context.clock.nowMs();
-    if (auto repeat = findRepeat(transaction, user, wanted, nowMs)) {
+    if (auto repeat = findRepeat(transaction, user, wanted, context.clock.expiryNow())) {
         return {std::move(*repeat), true};
     }
     const auto ofOwners = requireTargets(transaction.sql, user, wanted.targets);
@@ -122,8 +121,8 @@ StartedUpload start(Context& context, store::Transaction& transaction, const sto
     upload.lengthBytes = lengthBytes;
     upload.metadata = wanted.metadata;
     upload.concat = wanted.concat;
-    upload.createdMs = nowMs;
-    upload.expiresMs = nowMs + uploadLifeMs;
+    upload.createdMs = context.clock.nowMs();
+    upload.expiresMs = upload.createdMs + uploadLifeMs;
     store::addUpload(transaction, upload);
     return {std::move(upload), false};
 }
@@ -153,7 +152,7 @@ Async<store::Upload> findUpload(Context& context, const store::User& user, const
     if (!upload || upload->user != user.id) {
         throw Problem(EProblem::NotFound, "This upload does not exist.");
     }
-    if (!upload->finished && upload->expiresMs <= context.clock.expiryNowMs()) {
+    if (!upload->finished && context.clock.expiryNow().hasReached(upload->expiresMs)) {
         throw Problem(EProblem::Gone, "The upload has expired.");
     }
     co_return *upload;

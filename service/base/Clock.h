@@ -6,6 +6,17 @@
 
 namespace kelvo {
 
+/**
+ * The time by which data expires. The functions that remove, refuse or hide data by its age take
+ * this type, so the machine's time does not pass for it by mistake.
+ */
+struct ExpiryTime
+{
+    long long ms = 0; // since 1970-01-01 UTC
+
+    bool hasReached(long long expiresMs) const { return ms >= expiresMs; }
+};
+
 /** Thread safe. */
 class Clock
 {
@@ -15,11 +26,8 @@ public:
     /** Milliseconds since 1970-01-01 UTC. Jumps if the machine's clock is set. */
     virtual std::int64_t nowMs() const = 0;
 
-    /**
-     * The time by which data expires. It is earlier than nowMs() while the machine's clock is
-     * implausibly far ahead.
-     */
-    virtual std::int64_t expiryNowMs() const { return nowMs(); }
+    /** Earlier than nowMs() while the machine's clock is implausibly far ahead. */
+    virtual ExpiryTime expiryNow() const { return {nowMs()}; }
 
     /** Milliseconds since an arbitrary moment; never jumps. */
     virtual std::int64_t steadyMs() const = 0;

@@ -322,7 +322,7 @@ std::size_t ChunkedContents::removeDoomedObjects()
 {
     std::size_t removed = 0;
     for (;;) {
-        const long long before = clock_.nowMs() - doomedForMs;
+        const long long before = clock_.expiryNow().ms - doomedForMs;
         const auto keys = database_.writeNow([before](store::Transaction& transaction) {
             return store::condemnObjects(transaction, before, mostRemoved);
         });

@@ -94,7 +94,7 @@ Async<void> EventStream::sendAll(http::Transport& transport, const Watch& watch)
             continue;
         }
         if (subscription_->endReason() ||
-            clock_.expiryNowMs() >= subscription_->session().expiresMs) {
+            clock_.expiryNow().hasReached(subscription_->session().expiresMs)) {
             co_await sendEnd(transport);
             break;
         }
@@ -165,12 +165,12 @@ Async<bool> EventStream::sendHeartbeat(http::Transport& transport)
 {
     // Each heartbeat also checks whether another process has ended the session.
     auto query = [this](soci::session& sql) {
-        return store::findSession(sql, subscription_->session().tokenHash, clock_.expiryNowMs())
+        return store::findSession(sql, subscription_->session().tokenHash, clock_.expiryNow())
             .has_value();
     };
     const bool known = co_await database_.read(query);
     if (!known) {
-        const bool expired = clock_.expiryNowMs() >= subscription_->session().expiresMs;
+        const bool expired = clock_.expiryNow().hasReached(subscription_->session().expiresMs);
         subscription_->end(expired ? "expired" : "revoked");
         co_return true;
     }
@@ -192,7 +192,7 @@ Async<bool> EventStream::send(http::Transport& transport, const std::string& tex
 Steady::time_point EventStream::nextWake() const
 {
     const std::chrono::milliseconds sessionLeft(subscription_->session().expiresMs -
-                                                clock_.expiryNowMs());
+                                                clock_.expiryNow().ms);
     // Capped at an hour, so that a session of years does not overflow the timer.
     return std::min(lastSent_ + settings_.heartbeat,
                     Steady::now() +

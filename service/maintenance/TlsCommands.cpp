@@ -45,9 +45,14 @@ bool show(const char* kind, const fs::path& file, std::int64_t nowS)
 void renew(const fs::path& dataFolder, std::int64_t nowS)
 {
     startLog("error"); // the lines on stdout are the result
+    if (const std::int64_t endS = tls::lastAuthorityEndS(dataFolder); endS <= nowS) {
+        throw StartRefused("the authority in ca.pem ended at " + rfc3339(endS * 1000) +
+                           "; if the machine's clock is right, run kelvo-service clock confirm:"
+                           " then the service makes a new authority");
+    }
     const fs::path present = tls::ownCertificateFiles(dataFolder).certificate;
     const auto names = tls::namesOf(*tls::certificateFromPem(readFile(present)));
-    tls::ensureCertificates(dataFolder, names, nowS, tls::ERenewal::Now);
+    tls::ensureCertificates(dataFolder, names, {nowS, nowS}, tls::ERenewal::Now);
     const Owner owner(dataFolder);
     owner.applyTo(dataFolder / "ca.pem");
     owner.applyToAll(dataFolder / "tls");

@@ -16,7 +16,7 @@ void addSession(Transaction& transaction, const std::string& tokenHash, Id user,
         use(tokenHash), use(user), use(nowMs), use(expiresMs), use(address), use(nowMs);
 }
 
-void eachSessionOf(soci::session& sql, Id user, long long nowMs,
+void eachSessionOf(soci::session& sql, Id user, ExpiryTime now,
                    const std::function<void(const SessionInfo&)>& visit)
 {
     SessionInfo info;
@@ -25,7 +25,7 @@ void eachSessionOf(soci::session& sql, Id user, long long nowMs,
                         " environment FROM sessions WHERE user_id = :user AND expires_ms > :now"
                         " ORDER BY created_ms, token_hash",
          into(info.tokenHash), into(info.createdMs), into(info.expiresMs), into(info.lastSeenMs),
-         into(info.address), into(info.environment), use(user), use(nowMs));
+         into(info.address), into(info.environment), use(user), use(now.ms));
     query.execute();
     while (query.fetch()) {
         visit(info);
@@ -33,12 +33,12 @@ void eachSessionOf(soci::session& sql, Id user, long long nowMs,
 }
 
 std::optional<std::string> sessionById(soci::session& sql, Id user, const std::string& id,
-                                       long long nowMs)
+                                       ExpiryTime now)
 {
     std::string tokenHash;
     sql << "SELECT token_hash FROM sessions WHERE user_id = :user AND expires_ms > :now"
            " AND SUBSTR(token_hash, 1, :length) = :id",
-        into(tokenHash), use(user), use(nowMs), use(SessionInfo::idLength), use(id);
+        into(tokenHash), use(user), use(now.ms), use(SessionInfo::idLength), use(id);
     return sql.got_data() ? std::optional(tokenHash) : std::nullopt;
 }
 
@@ -48,8 +48,7 @@ void setLastSeen(Transaction& transaction, const std::string& tokenHash, long lo
         use(nowMs), use(tokenHash);
 }
 
-std::optional<Session> findSession(soci::session& sql, const std::string& tokenHash,
-                                   long long nowMs)
+std::optional<Session> findSession(soci::session& sql, const std::string& tokenHash, ExpiryTime now)
 {
     Session session;
     session.tokenHash = tokenHash;
@@ -63,7 +62,7 @@ std::optional<Session> findSession(soci::session& sql, const std::string& tokenH
            " AND f.deleted_ms IS NULL",
         into(session.expiresMs), into(session.lastSeenMs), into(session.user.id),
         into(session.user.name), into(role), into(farm.id), into(farm.name), use(tokenHash),
-        use(nowMs);
+        use(now.ms);
     if (!sql.got_data()) {
         return std::nullopt;
     }
@@ -109,15 +108,15 @@ void removeSessionsOf(Transaction& transaction, Id user, const std::string& kept
     transaction.notice.users.insert(user);
 }
 
-void removeExpiredSessions(Transaction& transaction, long long nowMs)
+void removeExpiredSessions(Transaction& transaction, ExpiryTime now)
 {
-    transaction.sql << "DELETE FROM sessions WHERE expires_ms <= :now", use(nowMs);
+    transaction.sql << "DELETE FROM sessions WHERE expires_ms <= :now", use(now.ms);
 }
 
-long long countExpiredSessions(soci::session& sql, long long nowMs)
+long long countExpiredSessions(soci::session& sql, ExpiryTime now)
 {
     long long count = 0;
-    sql << "SELECT COUNT(*) FROM sessions WHERE expires_ms <= :now", into(count), use(nowMs);
+    sql << "SELECT COUNT(*) FROM sessions WHERE expires_ms <= :now", into(count), use(now.ms);
     return count;
 }
 

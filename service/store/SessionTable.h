@@ -1,6 +1,7 @@
 // The sessions of logged-in users. Only the digests of tokens are stored.
 #pragma once
 
+#include "service/base/Clock.h"
 #include "service/store/Database.h"
 #include "service/store/Records.h"
 
@@ -31,18 +32,18 @@ struct SessionInfo
 };
 
 /** In the order of their logins. */
-void eachSessionOf(soci::session& sql, Id user, long long nowMs,
+void eachSessionOf(soci::session& sql, Id user, ExpiryTime now,
                    const std::function<void(const SessionInfo&)>& visit);
 
 /** The token hash of the user's session with this public id. Empty if there is none. */
 std::optional<std::string> sessionById(soci::session& sql, Id user, const std::string& id,
-                                       long long nowMs);
+                                       ExpiryTime now);
 
 void setLastSeen(Transaction& transaction, const std::string& tokenHash, long long nowMs);
 
 /** Empty if the session is unknown or has expired. */
 std::optional<Session> findSession(soci::session& sql, const std::string& tokenHash,
-                                   long long nowMs);
+                                   ExpiryTime now);
 
 /** Removes the oldest sessions of the user but `kept`. Returns the token hashes of the removed. */
 std::vector<std::string> endOldestSessions(Transaction& transaction, Id user, long long kept);
@@ -52,9 +53,9 @@ void removeSession(Transaction& transaction, const std::string& tokenHash);
 /** Removes all sessions of the user but the kept one. */
 void removeSessionsOf(Transaction& transaction, Id user, const std::string& keptTokenHash = {});
 
-void removeExpiredSessions(Transaction& transaction, long long nowMs);
+void removeExpiredSessions(Transaction& transaction, ExpiryTime now);
 
 /** The number of sessions that removeExpiredSessions() would remove. */
-long long countExpiredSessions(soci::session& sql, long long nowMs);
+long long countExpiredSessions(soci::session& sql, ExpiryTime now);
 
 } // namespace kelvo::store

@@ -183,13 +183,13 @@ bool removeUnfinishedUpload(Transaction& transaction, const std::string& id)
     return changesARow(change);
 }
 
-std::vector<std::string> expiredUploads(soci::session& sql, long long nowMs)
+std::vector<std::string> expiredUploads(soci::session& sql, ExpiryTime now)
 {
     std::string id;
     std::vector<std::string> ids;
     soci::statement query =
         (sql.prepare << "SELECT id FROM uploads WHERE finished = 0 AND expires_ms <= :now",
-         into(id), use(nowMs));
+         into(id), use(now.ms));
     query.execute();
     while (query.fetch()) {
         ids.push_back(id);
@@ -197,12 +197,12 @@ std::vector<std::string> expiredUploads(soci::session& sql, long long nowMs)
     return ids;
 }
 
-bool removeExpiredUpload(Transaction& transaction, const std::string& id, long long nowMs)
+bool removeExpiredUpload(Transaction& transaction, const std::string& id, ExpiryTime now)
 {
     soci::statement change =
         (transaction.sql.prepare
              << "DELETE FROM uploads WHERE id = :id AND finished = 0 AND expires_ms <= :now",
-         use(id), use(nowMs));
+         use(id), use(now.ms));
     return changesARow(change);
 }
 
@@ -213,11 +213,11 @@ bool isRepeatable(soci::session& sql, const Upload& upload)
     });
 }
 
-void forgetOldResults(Transaction& transaction, long long nowMs)
+void forgetOldResults(Transaction& transaction, ExpiryTime now)
 {
     transaction.sql << "DELETE FROM uploads WHERE finished = 1 AND idempotency_key IS NULL"
                        " AND expires_ms <= :now",
-        use(nowMs);
+        use(now.ms);
 }
 
 } // namespace kelvo::store

@@ -1,6 +1,7 @@
 // Unfinished uploads, and the results of finished uploads.
 #pragma once
 
+#include "service/base/Clock.h"
 #include "service/store/Database.h"
 #include "service/store/Records.h"
 
@@ -41,10 +42,10 @@ bool setClaimedBytes(Transaction& transaction, const std::string& id, long long 
 bool removeUnfinishedUpload(Transaction& transaction, const std::string& id);
 
 /** Unfinished uploads that have expired. */
-std::vector<std::string> expiredUploads(soci::session& sql, long long nowMs);
+std::vector<std::string> expiredUploads(soci::session& sql, ExpiryTime now);
 
 /** False if the upload was finished or extended meanwhile. */
-bool removeExpiredUpload(Transaction& transaction, const std::string& id, long long nowMs);
+bool removeExpiredUpload(Transaction& transaction, const std::string& id, ExpiryTime now);
 
 /**
  * Whether a repeat with the same key gets this finished upload: all its files are still in their
@@ -52,8 +53,8 @@ bool removeExpiredUpload(Transaction& transaction, const std::string& id, long l
  */
 bool isRepeatable(soci::session& sql, const Upload& upload);
 
-/** Removes the results of uploads without a key that expired before `nowMs`. */
-void forgetOldResults(Transaction& transaction, long long nowMs);
+/** Removes the results of uploads without a key that have expired. */
+void forgetOldResults(Transaction& transaction, ExpiryTime now);
 
 /** "10,11" and back. Empty if the text is not a list of ids. */
 std::string joinIds(const std::vector<Id>& ids);

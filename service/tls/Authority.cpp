@@ -78,16 +78,17 @@ void refuseFuture(const std::vector<Authority>& authorities, std::int64_t nowS)
     }
 }
 
-/** Never empty. Writes ca.pem if it changes. */
-std::vector<Authority> ensureAuthorities(const fs::path& dataFolder, std::int64_t nowS)
+/** Never empty; the last to end comes last. Writes ca.pem if it changes. */
+std::vector<Authority> ensureAuthorities(const fs::path& dataFolder, const Times& times)
 {
-    std::vector<Authority> all = loadAuthorities(dataFolder, nowS);
-    refuseFuture(all, nowS);
-    if (all.empty() || (all.size() == 1 && isDue(all.front().validity, nowS))) {
+    std::vector<Authority> all = loadAuthorities(dataFolder, times.trustedS);
+    refuseFuture(all, times.nowS);
+    if (all.empty() || (all.size() == 1 && isDue(all.front().validity, times.trustedS))) {
         const fs::path first = dataFolder / "tls" / keyNames[0];
         const bool isFree = all.empty() || all.front().keyFile != first;
         // The key is written first: a key without a certificate is replaced later.
-        all.push_back(makeNewAuthority(isFree ? first : dataFolder / "tls" / keyNames[1], nowS));
+        all.push_back(
+            makeNewAuthority(isFree ? first : dataFolder / "tls" / keyNames[1], times.trustedS));
     }
     std::string pem;
     for (const Authority& authority : all) {
@@ -109,8 +110,18 @@ const Authority& signer(const std::vector<Authority>& authorities, std::int64_t 
     return found != authorities.end() ? *found : authorities.back();
 }
 
+/**
+ * The time at which clients judge a new certificate. If all authorities have ended by the machine's
+ * clock, only clients with the trusted time can accept one.
+ */
+std::int64_t judgedS(const std::vector<Authority>& authorities, const Times& times)
+{
+    return times.nowS < authorities.back().validity.notAfterS ? times.nowS : times.trustedS;
+}
+
+/** `made` is the time of a certificate that would be made now. */
 bool isStillGood(const CertificateFiles& files, const std::vector<std::string>& names,
-                 X509& authority, std::int64_t nowS)
+                 X509& authority, const Validity& made, std::int64_t nowS)
 {
     if (!fs::exists(files.certificate) || !fs::exists(files.key)) {
         return false;
@@ -118,12 +129,30 @@ bool isStillGood(const CertificateFiles& files, const std::vector<std::string>& 
     const Certificate certificate = certificateFromPem(readFile(files.certificate));
     const Key key = keyFromPem(readFile(files.key));
     const Validity validity = validityOf(*certificate);
-    return validity.includes(nowS) && !isDue(validity, nowS) &&
+    const bool isDue = validity.notAfterS - nowS <= (made.notAfterS - nowS) / 3;
+    // A certificate from the time of a clock jump may live longer than some browsers accept.
+    const std::int64_t longestS = serverLifeS + (nowS - made.notBeforeS) + dayS;
+    const bool isTooLong = validity.notAfterS - validity.notBeforeS > longestS;
+    return validity.includes(nowS) && !isDue && !isTooLong &&
            covers(*certificate, names, authority) &&
            X509_check_private_key(certificate.get(), key.get()) == 1;
 }
 
 } // namespace
+
+Times timesOf(const Clock& clock)
+{
+    return {clock.nowMs() / 1000, clock.expiryNow().ms / 1000};
+}
+
+std::int64_t lastAuthorityEndS(const fs::path& dataFolder)
+{
+    std::int64_t endS = 0;
+    for (const Certificate& certificate : certificatesFromPem(readFile(dataFolder / "ca.pem"))) {
+        endS = std::max(endS, validityOf(*certificate).notAfterS);
+    }
+    return endS;
+}
 
 CertificateFiles ownCertificateFiles(const fs::path& dataFolder)
 {
@@ -131,18 +160,19 @@ CertificateFiles ownCertificateFiles(const fs::path& dataFolder)
 }
 
 CertificateFiles ensureCertificates(const fs::path& dataFolder,
-                                    const std::vector<std::string>& names, std::int64_t nowS,
+                                    const std::vector<std::string>& names, const Times& times,
                                     ERenewal renewal)
 {
     fs::create_directories(dataFolder / "tls");
     fs::permissions(dataFolder / "tls", fs::perms::owner_all);
     CertificateFiles files = ownCertificateFiles(dataFolder);
-    const std::vector<Authority> authorities = ensureAuthorities(dataFolder, nowS);
+    const std::vector<Authority> authorities = ensureAuthorities(dataFolder, times);
+    const std::int64_t nowS = judgedS(authorities, times);
     const Authority& by = signer(authorities, nowS);
-    if (renewal == ERenewal::Now || !isStillGood(files, names, *by.certificate, nowS)) {
+    const Validity validity{times.trustedS - backdatingS,
+                            std::min(nowS + serverLifeS, by.validity.notAfterS)};
+    if (renewal == ERenewal::Now || !isStillGood(files, names, *by.certificate, validity, nowS)) {
         const Key key = makeKey();
-        const Validity validity{nowS - backdatingS,
-                                std::min(nowS + serverLifeS, by.validity.notAfterS)};
         const Certificate certificate =
             makeServerCertificate(*key, names, *by.certificate, *by.key, validity);
         replaceFile(files.key, toPem(*key), 0600);

@@ -29,32 +29,27 @@ std::string stateOf(const CertificateFiles& files)
     return state;
 }
 
-/** The time in which the server's certificate and its chain are valid. */
-Validity requireValid(const CertificateFiles& files, std::int64_t nowS)
+/**
+ * The time in which the server's certificate and its chain are valid. Throws std::runtime_error if
+ * they are valid at neither time.
+ */
+Validity requireValid(const CertificateFiles& files, const Times& times)
 {
     Validity all{0, INT64_MAX};
     for (const Certificate& certificate : certificatesFromPem(readFile(files.certificate))) {
         const Validity one = validityOf(*certificate);
         all = {std::max(all.notBeforeS, one.notBeforeS), std::min(all.notAfterS, one.notAfterS)};
     }
-    const std::string name = "the certificate " + files.certificate.string();
-    if (nowS < all.notBeforeS) {
-        throw std::runtime_error(name + " is valid only from " + rfc3339(all.notBeforeS * 1000) +
-                                 ": is the machine's clock right?");
-    }
-    if (nowS >= all.notAfterS) {
-        throw std::runtime_error(name + " ended at " + rfc3339(all.notAfterS * 1000));
+    if (!all.includes(times.nowS) && !all.includes(times.trustedS)) {
+        const bool isEarly = times.nowS < all.notBeforeS;
+        throw std::runtime_error(
+            "the certificate " + files.certificate.string() +
+            (isEarly ? " is valid only from " + rfc3339(all.notBeforeS * 1000)
+                     : " ended at " + rfc3339(all.notAfterS * 1000)) +
+            "; the service's time is " + rfc3339(times.nowS * 1000) +
+            ". If that is wrong and the machine's clock is right, run kelvo-service clock confirm");
     }
     return all;
-}
-
-std::int64_t lastEnd(const std::filesystem::path& authorities)
-{
-    std::int64_t end = 0;
-    for (const Certificate& certificate : certificatesFromPem(readFile(authorities))) {
-        end = std::max(end, validityOf(*certificate).notAfterS);
-    }
-    return end;
 }
 
 } // namespace
@@ -72,6 +67,7 @@ std::optional<int> EndWarning::due(std::int64_t endS, std::int64_t nowS)
             return isNews ? std::optional(days) : std::nullopt;
         }
     }
+    told_.reset(); // the clock was ahead
     return std::nullopt;
 }
 
@@ -90,16 +86,17 @@ std::shared_ptr<ssl_ctx_st> CertificateKeeper::context() const
 
 void CertificateKeeper::load(bool always)
 {
+    const Times times = timesOf(clock_);
     const CertificateFiles files =
-        isOwn() ? ensureCertificates(source_.dataFolder, source_.names, nowS()) : source_.given;
+        isOwn() ? ensureCertificates(source_.dataFolder, source_.names, times) : source_.given;
     std::string state = stateOf(files);
     if (isOwn()) {
-        authorityEndS_ = lastEnd(source_.dataFolder / "ca.pem");
+        authorityEndS_ = lastAuthorityEndS(source_.dataFolder);
     }
     if (!always && state == loaded_) {
         return;
     }
-    const Validity validity = requireValid(files, nowS());
+    const Validity validity = requireValid(files, times);
     std::shared_ptr<ssl_ctx_st> made = makeServerContext(files);
     certificateEndS_ = validity.notAfterS;
     loaded_ = std::move(state);
@@ -107,17 +104,32 @@ void CertificateKeeper::load(bool always)
     context_ = std::move(made);
 }
 
+std::string CertificateKeeper::advice(std::int64_t endS) const
+{
+    const bool wouldRenew = isOwn() && timesOf(clock_).trustedS < endS;
+    return wouldRenew ? "; if the machine's clock is right, run kelvo-service clock confirm" : "";
+}
+
+std::string CertificateKeeper::failure() const
+{
+    const std::int64_t endS = certificateEndS_;
+    return timesOf(clock_).nowS < endS ? std::string() : "has ended" + advice(endS);
+}
+
 void CertificateKeeper::warn()
 {
-    const auto tell = [this](EndWarning& warning, std::int64_t endS, const std::string& what) {
-        const auto days = endS == 0 ? std::nullopt : warning.due(endS, nowS());
+    const std::int64_t nowS = timesOf(clock_).nowS;
+    const auto tell = [this, nowS](EndWarning& warning, std::int64_t endS,
+                                   const std::string& what) {
+        const auto days = endS == 0 ? std::nullopt : warning.due(endS, nowS);
         if (!days) {
             return;
         }
         const std::string at = "at " + rfc3339(endS * 1000);
         const std::string left =
             *days == 1 ? "within a day, " : "within " + std::to_string(*days) + " days, ";
-        logWarning(what + (*days == 0 ? "-has-ended" : "-ends"), *days == 0 ? at : left + at);
+        logWarning(what + (*days == 0 ? "-has-ended" : "-ends"),
+                   *days == 0 ? at + advice(endS) : left + at);
     };
     tell(certificateWarning_, certificateEndS_, "certificate");
     tell(authorityWarning_, authorityEndS_, "authority");

@@ -36,7 +36,8 @@ private:
  * Open connections keep the certificate of their handshake.
  *
  * Thread: context() and the ends on any thread; refresh() on one thread at a time. Ownership:
- * `clock` outlives it. Time: expiryNowMs() of the clock, so a clock that is wrong renews nothing.
+ * `clock` outlives it. Time: a certificate is judged by the machine's clock, as clients judge it.
+ * While the clock is not trusted, a certificate that is valid at the trusted time is used too.
  */
 class CertificateKeeper
 {
@@ -53,6 +54,9 @@ public:
      * is for a person.
      */
     CertificateKeeper(Source source, const Clock& clock);
+
+    /** Why clients refuse the certificate, by the machine's clock. Empty: they accept it. */
+    std::string failure() const;
 
     /** For new connections. */
     std::shared_ptr<ssl_ctx_st> context() const;
@@ -71,7 +75,7 @@ private:
     bool isOwn() const { return source_.given.certificate.empty(); }
     void load(bool always);
     void warn();
-    std::int64_t nowS() const { return clock_.expiryNowMs() / 1000; }
+    std::string advice(std::int64_t endS) const;
 
     const Source source_;
     const Clock& clock_;

@@ -271,6 +271,21 @@ TEST_F(CleanUp, RemovesNothingWhileTheClockIsNotTrustedAndCountsIt)
     EXPECT_EQ(heldBack.sessions + heldBack.uploads + heldBack.binnedFiles, 0);
 }
 
+TEST_F(CleanUp, RemovesNothingByItsAgeIfTheClockJumpsAheadAfterItWasChecked)
+{
+    remove(upload("abc").id);
+    leaveContent("stray");
+    cleanUp(); // starts the week of the content
+    const auto uploads = contents.uploadIds();
+    const store::Upload open = begin("half");
+    addSession(clock.nowMs() + 1000);
+    clock.JumpAhead(24h * 40);
+    cleanUp();
+    EXPECT_THAT(contents.digests(), testing::SizeIs(2));
+    EXPECT_THAT(contents.uploadIds(), testing::SizeIs(uploads.size() + 1));
+    EXPECT_EQ(countSessions(), 1);
+}
+
 TEST_F(CleanUp, RemovesNothingByItsAgeIfTheClockCannotBeChecked)
 {
     remove(upload("abc").id);

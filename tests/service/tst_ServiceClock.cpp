@@ -146,15 +146,15 @@ TEST_F(ServiceClockTest, DoesNotExpireDataEarlyWhileTheClockIsAhead)
     const std::int64_t start = machine.nowMs();
     machine.Advance(1h);
     machine.ShiftTimeOfDay(24h * 40);
-    EXPECT_EQ(clock->expiryNowMs() - start, 3600000) << "before the check";
+    EXPECT_EQ(clock->expiryNow().ms - start, 3600000) << "before the check";
     check();
     machine.Advance(1h);
-    EXPECT_EQ(clock->expiryNowMs() - start, 2 * 3600000);
+    EXPECT_EQ(clock->expiryNow().ms - start, 2 * 3600000);
     EXPECT_EQ(aheadOf(start), 40 * 24 + 2) << "new data has the machine's time";
     restart();
-    EXPECT_EQ(clock->expiryNowMs() - start, 3600000) << "the trusted time of the latest check";
+    EXPECT_EQ(clock->expiryNow().ms - start, 3600000) << "the trusted time of the latest check";
     runFor(24h);
-    EXPECT_EQ(clock->expiryNowMs(), machine.nowMs());
+    EXPECT_EQ(clock->expiryNow().ms, machine.nowMs());
 }
 
 TEST_F(ServiceClockTest, StaysNearTheTrustedTimeWhileTheClockIsBehind)

@@ -11,7 +11,7 @@ import unittest
 from kelvowire.events import EventStream
 from kelvowire.farm import add_farms_and_users, log_in, make_inbox
 from kelvowire.http import metrics
-from kelvowire.service import BINARY, GUARD_SECONDS, Service, run_refused
+from kelvowire.service import BINARY, GUARD_SECONDS, ShiftedService, confirm_clock, run_refused
 from needs import wrong_clock
 
 DAY_S = 24 * 3600
@@ -26,7 +26,7 @@ def tls_command(*arguments, prefix=()):
 
 class Certificates(unittest.TestCase):
     def setUp(self):
-        self.service = Service()
+        self.service = ShiftedService()
         self.addCleanup(self.service.remove)
 
     def given(self, name, start="20200101000000Z", end="20990101000000Z"):
@@ -115,6 +115,49 @@ class Certificates(unittest.TestCase):
             code, out = tls_command("status", "--data", self.service.folder, "--cert", certificate)
             self.assertEqual(code, 1)
             self.assertIn("not valid now", out)
+
+    def start_after(self, days):
+        """The service was off for so long."""
+        self.service.prefix = wrong_clock(self, -days * DAY_S)
+        self.service.start()
+        self.service.stop()
+        self.service.prefix = ()
+
+    def test_a_certificate_that_was_issued_while_the_service_was_off_is_used_at_once(self):
+        self.start_after(10)
+        start = time.strftime("%Y%m%d%H%M%SZ", time.gmtime(time.time() - 60))
+        certificate, key = self.given("new", start)
+        self.service.options = ("--cert", certificate, "--key", key)
+        self.service.start()
+        self.serial(certificate)
+        self.assertEqual(metrics(self.service, "/readyz")[0], 200)
+        self.service.stop()
+
+    def test_the_own_certificate_that_has_ended_while_the_service_was_off_is_renewed_at_once(self):
+        self.start_after(420)
+        authority = self.service.text("ca.pem")
+        self.service.start()
+        self.serial()
+        self.assertEqual(metrics(self.service, "/readyz")[0], 200)
+        self.assertEqual(self.service.text("ca.pem"), authority)
+        self.service.stop()
+
+    def test_an_authority_that_has_ended_while_the_service_was_off_is_replaced_when_the_clock_is_confirmed(self):
+        self.start_after(11 * 365)
+        authority = self.service.text("ca.pem")
+        self.service.start()
+        status, reason = metrics(self.service, "/readyz")[:2]
+        self.assertEqual(status, 503)
+        self.assertIn("certificate: has ended; if the machine's clock is right, run kelvo-service clock confirm", reason)
+        self.assertIn("authority-has-ended", self.service.log())
+        self.assertEqual(tls_command("renew", "--data", self.service.folder), (2, ""))
+        self.assertEqual(self.service.text("ca.pem"), authority)
+        confirm_clock(self.service)
+        self.service.stop()
+        self.service.start()
+        self.serial()
+        self.assertEqual(metrics(self.service, "/readyz")[0], 200)
+        self.service.stop()
 
     def test_clients_of_the_old_authority_go_on_after_it_was_renewed(self):
         self.service.start()

@@ -4,21 +4,12 @@ import signal
 import time
 import unittest
 
-from kelvowire.farm import log_in, make_inbox, add_farms_and_users
+from kelvowire.farm import PASSWORD, add_farms_and_users, log_in, make_inbox
 from kelvowire.http import Client, digest_header, metrics
-from kelvowire.service import GUARD_SECONDS, Service, confirm_clock
+from kelvowire.service import GUARD_SECONDS, ShiftedService, confirm_clock
 from needs import wrong_clock
 
 DAY_S = 24 * 3600
-
-
-class ShiftedService(Service):
-    """Its clock is `prefix` ahead or behind; see wrong_clock."""
-
-    prefix = ()
-
-    def wrap(self, arguments):
-        return [*self.prefix, *arguments]
 
 
 class WrongClock(unittest.TestCase):
@@ -32,7 +23,8 @@ class WrongClock(unittest.TestCase):
         inbox = make_inbox(olga)
         self.file = olga.put("binned.zip", [inbox], b"binned")[0]["id"]
         olga.delete(f"/resources/{self.file}")
-        self.location = olga.create("open.zip", [inbox], 6, b"abc").headers["Location"]
+        self.inbox = inbox
+        self.location = olga.create("open.zip", [inbox], 6, b"abc", key="open").headers["Location"]
 
     def olga(self):
         """Her session from before the clock was wrong."""
@@ -67,9 +59,24 @@ class WrongClock(unittest.TestCase):
         self.assertIn("clock-jumped", self.service.log())
         self.assertEqual(float(samples["kelvo_clock_wait_seconds"]), DAY_S)
         self.assertEqual(float(samples["kelvo_clock_jumps_total"]), 1)
-        self.olga().get("/account")  # The session has not expired.
+        repeat = self.olga().create("open.zip", [self.inbox], 6, key="open")
+        self.assertEqual((repeat.headers["Location"], repeat.headers["Upload-Offset"]), (self.location, "3"))
         self.restart(0)
         self.check_all_is_there()
+        self.service.stop()
+
+    def test_a_session_that_has_not_expired_can_be_used(self):
+        other = log_in(self.service, "olga")
+        self.restart(40 * DAY_S)
+        olga = self.olga()
+        sessions = olga.get("/sessions").json()["sessions"]
+        self.assertEqual([session["current"] for session in sessions], [True, False])
+        export = olga.get(f"/users/{olga.snapshot()['user']['id']}/export").json()
+        self.assertEqual(export["sessions"], sessions)
+        olga.delete("/sessions/" + sessions[1]["id"])
+        other.close()
+        other.get("/account", 401)
+        olga.post("/account/password", 204, json={"current": PASSWORD, "new": "another good one"})
         self.service.stop()
 
     def test_two_hundred_days_behind_destroy_nothing(self):

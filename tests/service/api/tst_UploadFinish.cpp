@@ -284,6 +284,13 @@ TEST_F(StartUpload, AddsANewUploadAfterTheResultWasRemoved)
     EXPECT_NE(again.upload.id, first.upload.id);
 }
 
+TEST_F(StartUpload, FindsTheSameUploadAfterAClockJumpAhead)
+{
+    const api::StartedUpload first = begin("nonce");
+    clock.JumpAhead(std::chrono::hours(24 * 40));
+    EXPECT_EQ(begin("nonce").upload.id, first.upload.id);
+}
+
 TEST_F(StartUpload, AddsANewUploadAfterTheUploadExpired)
 {
     const api::StartedUpload first = begin("nonce");

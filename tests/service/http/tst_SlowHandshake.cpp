@@ -109,7 +109,7 @@ protected:
     test::Loop loop;
     test::TempFolder folder;
     decltype(tls::makeServerContext({})) context = tls::makeServerContext(
-        tls::ensureCertificates(folder.Path(), {"localhost"}, SystemClock().nowMs() / 1000));
+        tls::ensureCertificates(folder.Path(), {"localhost"}, tls::timesOf(SystemClock())));
     std::unique_ptr<SlowClient> client;
     std::unique_ptr<TlsTransport> server;
     bool isServed = false;

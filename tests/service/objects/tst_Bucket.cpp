@@ -182,7 +182,7 @@ TEST(ABucketOverTls, TrustsOnlyTheNamedAuthority)
 {
     const test::TempFolder folder;
     const SystemClock clock;
-    const auto files = tls::ensureCertificates(folder.Path(), {"localhost"}, clock.nowMs() / 1000);
+    const auto files = tls::ensureCertificates(folder.Path(), {"localhost"}, tls::timesOf(clock));
     const std::shared_ptr<ssl_ctx_st> context = tls::makeServerContext(files);
     const test::ObjectGateway gateway([context] { return context; });
     BucketAddress address = gateway.address();

@@ -138,8 +138,8 @@ TEST_P(FarmRemoval, HidesTheFarmAtOnce)
         EXPECT_FALSE(store::userById(sql, users.front()));
         EXPECT_FALSE(store::credentialsOf(sql, "user of Hill Farm"));
         EXPECT_THAT(usersIn(sql, {.farm = gone.id}), IsEmpty());
-        EXPECT_FALSE(store::findSession(sql, "t1000", now));
-        EXPECT_TRUE(store::findSession(sql, "t2000", now));
+        EXPECT_FALSE(store::findSession(sql, "t1000", {now}));
+        EXPECT_TRUE(store::findSession(sql, "t2000", {now}));
         store::eachLargestFarm(sql, {}, 10, [this](const store::FarmUsage& usage) {
             EXPECT_EQ(usage.farm.id, kept.id);
         });

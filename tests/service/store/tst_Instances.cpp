@@ -178,7 +178,8 @@ TEST_P(Instances, KeepNoSessionOfAReplacedPassword)
     };
     atOnce<std::optional<bool>>(Scope::farm(user.farmId()), logIn, Scope::all(), replace);
     EXPECT_EQ(
-        store::countExpiredSessions(*GetParam().connect(folder.Path())->connect(), now + 1000), 0);
+        store::countExpiredSessions(*GetParam().connect(folder.Path())->connect(), {now + 1000}),
+        0);
 }
 
 TEST_P(Instances, FinishAnUploadOnce)

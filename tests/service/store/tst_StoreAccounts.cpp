@@ -110,7 +110,7 @@ public:
     std::optional<store::Session> find(long long nowMs) const
     {
         return database_.readNow(
-            [this, nowMs](soci::session& sql) { return store::findSession(sql, hash_, nowMs); });
+            [this, nowMs](soci::session& sql) { return store::findSession(sql, hash_, {nowMs}); });
     }
 
 private:

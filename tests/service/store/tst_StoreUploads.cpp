@@ -108,7 +108,7 @@ TEST_P(StoreContract, FindsExpiredUnfinishedUploads)
     write([&upload](Transaction& t) { store::finishUpload(t, upload); });
     add(*database, makeUpload(user, "open", ""));
     const auto expired = [this](long long nowMs) {
-        return read([nowMs](soci::session& sql) { return store::expiredUploads(sql, nowMs); });
+        return read([nowMs](soci::session& sql) { return store::expiredUploads(sql, {nowMs}); });
     };
     EXPECT_THAT(expired(99), testing::IsEmpty());
     EXPECT_THAT(expired(100), testing::ElementsAre("open"));
@@ -121,7 +121,7 @@ TEST_P(StoreContract, RemovesOnlyExpiredUnfinishedUploads)
     add(*database, upload);
     add(*database, makeUpload(user, "open", ""));
     const auto removesExpired = [this](const char* id, long long nowMs) {
-        return write([id, nowMs](Transaction& t) { return removeExpiredUpload(t, id, nowMs); });
+        return write([id, nowMs](Transaction& t) { return removeExpiredUpload(t, id, {nowMs}); });
     };
     const auto extends = [this](const char* id, long long expiresMs) {
         return write([=](Transaction& t) { return extendUpload(t, id, expiresMs); });
@@ -157,7 +157,7 @@ TEST_P(StoreContract, KeepsTheResultsOfKeyedUploadsWhileTheirFilesExist)
             store::addUpload(t, upload);
             store::finishUpload(t, upload);
         }
-        store::forgetOldResults(t, 1000);
+        store::forgetOldResults(t, {1000});
     });
     EXPECT_TRUE(find(*database, "keyed"));
     EXPECT_FALSE(find(*database, "keyless"));

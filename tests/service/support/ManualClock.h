@@ -11,6 +11,17 @@ class ManualClock final : public Clock, public ManualTime
 public:
     std::int64_t nowMs() const override { return TimeOfDay().count(); }
     std::int64_t steadyMs() const override { return Steady().count(); }
+    ExpiryTime expiryNow() const override { return {nowMs() - heldBackMs_}; }
+
+    /** The time of day jumps ahead, and the clock is not trusted any more. */
+    void JumpAhead(std::chrono::milliseconds by)
+    {
+        ShiftTimeOfDay(by);
+        heldBackMs_ += by.count();
+    }
+
+private:
+    std::atomic<std::int64_t> heldBackMs_{0};
 };
 
 } // namespace kelvo::test

@@ -19,9 +19,11 @@ constexpr std::int64_t startS = 1700000000;
 class OwnAuthority : public testing::Test
 {
 protected:
-    CertificateFiles ensure(std::int64_t nowS = startS) const
+    CertificateFiles ensure(std::int64_t nowS = startS) const { return ensure({nowS, nowS}); }
+
+    CertificateFiles ensure(const Times& times) const
     {
-        return ensureCertificates(folder.Path(), names, nowS);
+        return ensureCertificates(folder.Path(), names, times);
     }
 
     std::string authorities() const { return readFile(folder.Path() / "ca.pem"); }
@@ -103,14 +105,15 @@ TEST_F(OwnAuthority, MakesANewCertificateWhenAsked)
 {
     ensure();
     const std::string before = server();
-    ensureCertificates(folder.Path(), names, startS, ERenewal::Now);
+    ensureCertificates(folder.Path(), names, {startS, startS}, ERenewal::Now);
     EXPECT_NE(server(), before);
 }
 
 TEST_F(OwnAuthority, ReplacesACertificateFromTheFuture)
 {
     ensure();
-    ensureCertificates(folder.Path(), names, startS + 100 * dayS, ERenewal::Now);
+    ensureCertificates(folder.Path(), names, {startS + 100 * dayS, startS + 100 * dayS},
+                       ERenewal::Now);
     ensure(startS + dayS); // the clock was wrong
     EXPECT_TRUE(validityOf(*certificateFromPem(server())).includes(startS + dayS));
 }
@@ -180,6 +183,44 @@ TEST_F(OwnAuthority, MakesANewAuthorityAfterItsEnd)
     ensure(startS + 11 * yearS); // the service was off for years
     EXPECT_NE(authorities(), first);
     EXPECT_TRUE(isTrusted(authorities(), startS + 11 * yearS));
+}
+
+TEST_F(OwnAuthority, AfterAClockJumpMakesACertificateForBothTimesAndKeepsTheAuthority)
+{
+    ensure();
+    const std::string ca = authorities();
+    const std::int64_t nowS = startS + 3 * yearS;
+    ensure({nowS, startS + dayS});
+    EXPECT_EQ(authorities(), ca);
+    EXPECT_TRUE(isTrusted(ca, nowS));
+    EXPECT_TRUE(isTrusted(ca, startS + dayS))
+        << "the clock is wrong, the clients' clocks are right";
+    const std::string made = server();
+    ensure({nowS + dayS, startS + 2 * dayS});
+    EXPECT_EQ(server(), made) << "made once";
+    ensure({nowS + dayS, nowS + dayS});
+    EXPECT_TRUE(isTrusted(ca, nowS + dayS));
+    const Validity validity = validityOf(*certificateFromPem(server()));
+    EXPECT_LE(validity.notAfterS - validity.notBeforeS, 398 * dayS) << "browsers refuse more";
+}
+
+TEST_F(OwnAuthority, AfterAClockJumpToTheLastMonthsOfTheAuthorityMakesACertificateOnce)
+{
+    ensure();
+    const Times times{startS + 3600 * dayS, startS + 3000 * dayS};
+    ensure(times);
+    const std::string made = server();
+    ensure(times);
+    EXPECT_EQ(server(), made);
+}
+
+TEST_F(OwnAuthority, KeepsAnAuthorityThatHasEndedByAnUntrustedClockOnly)
+{
+    ensure();
+    const std::string ca = authorities();
+    ensure({startS + 11 * yearS, startS + 300 * dayS});
+    EXPECT_EQ(authorities(), ca);
+    EXPECT_TRUE(isTrusted(ca, startS + 600 * dayS)) << "renewed for the trusted time";
 }
 
 TEST_F(OwnAuthority, RefusesTheAuthorityWhileTheClockIsBeforeItsStart)

@@ -128,6 +128,38 @@ TEST_F(KeptCertificate, RenewsTheCertificateOfTheServiceWhileItRuns)
     EXPECT_EQ(keeper->certificateEndS(), nowS() + 397 * dayS);
 }
 
+TEST_F(KeptCertificate, AcceptsACertificateThatIsValidByTheMachinesClockOnly)
+{
+    clock.JumpAhead(24h * 10);
+    give(0, 90);
+    EXPECT_EQ(refusal(), "not refused");
+}
+
+TEST_F(KeptCertificate, KeepsACertificateThatIsValidAtTheTrustedTimeOnlyAndTellsItsEnd)
+{
+    give(-1, 30);
+    const auto keeper = keepGiven();
+    EXPECT_EQ(keeper->failure(), "");
+    clock.JumpAhead(24h * 40);
+    keeper->refresh(true);
+    EXPECT_EQ(keeper->failure(), "has ended");
+    EXPECT_EQ(refusal(), "not refused");
+}
+
+TEST_F(KeptCertificate, RenewsTheCertificateOfTheServiceAfterAClockJumpPastItsEnd)
+{
+    const auto keeper = keepOwn();
+    const auto before = keeper->context();
+    const std::int64_t authorityEndS = keeper->authorityEndS();
+    clock.JumpAhead(24h * 420);
+    EXPECT_EQ(keeper->failure(), "has ended; if the machine's clock is right, run kelvo-service"
+                                 " clock confirm");
+    keeper->refresh();
+    EXPECT_NE(keeper->context(), before);
+    EXPECT_EQ(keeper->failure(), "");
+    EXPECT_EQ(keeper->authorityEndS(), authorityEndS);
+}
+
 TEST_F(KeptCertificate, TheCertificateOfTheServiceStaysIfItCannotBeRenewed)
 {
     const auto keeper = keepOwn();
@@ -149,6 +181,10 @@ TEST(EndOfACertificate, WarnsOnceForEachThreshold)
     }
     EXPECT_THAT(told, testing::ElementsAre(30, 7, 1, 0));
     EXPECT_EQ(warning.due(endS + 6 * dayS, endS), 7) << "after a renewal";
+    EXPECT_EQ(warning.due(endS, endS - 40 * dayS), std::nullopt);
+    EXPECT_EQ(warning.due(endS, endS), 0);
+    EXPECT_EQ(warning.due(endS, endS - 40 * dayS), std::nullopt) << "the clock was ahead";
+    EXPECT_EQ(warning.due(endS, endS - 20 * dayS), 30);
 }
 
 } // namespace

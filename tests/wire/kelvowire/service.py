@@ -143,3 +143,12 @@ class Service:
         password = self.text("admin.password").strip()
         self.secrets.add(password)
         return password
+
+
+class ShiftedService(Service):
+    """Its clock is `prefix` ahead or behind; see wrong_clock."""
+
+    prefix = ()
+
+    def wrap(self, arguments):
+        return [*self.prefix, *arguments]
