@@ -174,13 +174,13 @@ long long leaveGapOnServer(const std::string& server)
     const auto dialect = store::makePostgresql(server);
     const auto session = dialect->connect();
     requireSchema(*session, true);
-    const std::string transaction = dialect->beginWrite(*session, {store::Scope::all()});
+    const store::WriteStart start = dialect->beginWrite(*session, {store::Scope::all()});
     requireNoInstance(*dialect, *session);
     allowLongStatements(*session); // a fleet has many events
     leaveGap(*session);
     long long farms = 0;
     *session << "SELECT COUNT(*) FROM farms", soci::into(farms);
-    dialect->commit(*session, transaction, {});
+    dialect->commit(*session, start.transaction, {});
     return farms;
 }
 

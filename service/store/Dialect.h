@@ -22,6 +22,13 @@ enum class EDurability : std::uint8_t {
     Later, // at the latest with the next commit of the kind Now
 };
 
+/** A transaction of Dialect::beginWrite(). */
+struct WriteStart
+{
+    std::string transaction; // its id, for commit()
+    Scopes scopes;           // whose locks it has
+};
+
 /**
  * One kind of database. Thread safe. The functions with a body are for databases with one instance,
  * whose connections are never lost.
@@ -41,9 +48,10 @@ public:
 
     /**
      * Begins a transaction that may write. It takes the locks of its scopes at once, so no other
-     * transaction changes their rows until the commit. Returns the transaction's id for commit().
+     * transaction changes their rows until the commit. If other transactions keep some locks for
+     * too long, it takes only the locks that are free. Throws StoreBusy if it gets no lock.
      */
-    virtual std::string beginWrite(soci::session& sql, const Scopes& scopes) const = 0;
+    virtual WriteStart beginWrite(soci::session& sql, const Scopes& scopes) const = 0;
 
     /**
      * Commits a transaction of beginWrite() and sends `notice` to the other instances, unless it is
@@ -63,7 +71,10 @@ public:
      */
     virtual void relyOnSchema(soci::session& sql, int own, int oldest) const;
 
-    /** The statement that sets the durability of the connection's next transactions. */
+    /**
+     * The statement that sets the durability of the connection's next transactions. Null: each
+     * commit is on the disk when it returns.
+     */
     virtual const char* setDurability(EDurability durability) const = 0;
 
     /** Null: there are no other instances. Blocks. */

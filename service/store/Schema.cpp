@@ -81,7 +81,7 @@ void migrate(soci::session& sql, const Dialect& dialect, std::span<const SchemaS
     if (isUsable(sql, own)) {
         return;
     }
-    const std::string transaction = dialect.beginWrite(sql, {Scope::all()});
+    const WriteStart start = dialect.beginWrite(sql, {Scope::all()});
     try {
         const int found = readVersion(sql);
         if (found > own && !isAllowed(sql, found, own)) {
@@ -93,7 +93,7 @@ void migrate(soci::session& sql, const Dialect& dialect, std::span<const SchemaS
         }
         dialect.relyOnSchema(sql, own, oldestProgram(steps));
         apply(sql, steps, found);
-        dialect.commit(sql, transaction, {});
+        dialect.commit(sql, start.transaction, {});
     } catch (...) {
         try {
             sql << "ROLLBACK";

@@ -92,10 +92,10 @@ public:
     const char* beginRead() const override { return "BEGIN"; }
 
     /** Locks the whole database. A transaction that first reads could fail when it writes. */
-    std::string beginWrite(soci::session& sql, const Scopes&) const override
+    WriteStart beginWrite(soci::session& sql, const Scopes& scopes) const override
     {
         sql << "BEGIN IMMEDIATE";
-        return {};
+        return {{}, scopes};
     }
 
     /** With a rollback journal, a commit without its syncs could damage the database. */

@@ -93,14 +93,18 @@ void Writer::runOnce(const Batch& batch)
 {
     begin(batch);
     for (Change* change : batch) {
-        runInSavepoint(*change);
+        if (start_.scopes.contains(change->scope)) {
+            runInSavepoint(*change);
+        } else {
+            change->error = std::make_exception_ptr(StoreBusy("other changes lock the rows"));
+        }
     }
     try {
         storeAudit(batch);
+        dialect_.commit(*session_, start_.transaction, noticeOf(batch).text());
     } catch (const std::exception& error) {
         dialect_.rethrow(error);
     }
-    commit(batch);
 }
 
 void Writer::rollBack()
@@ -215,11 +219,12 @@ void Writer::beginOnce(EDurability durability, const Scopes& scopes)
         connect();
     }
     try {
-        if (durability != durability_) {
-            *session_ << dialect_.setDurability(durability);
+        const char* const setting = dialect_.setDurability(durability);
+        if (setting != nullptr && durability != durability_) {
+            *session_ << setting;
             durability_ = durability;
         }
-        transaction_ = dialect_.beginWrite(*session_, scopes);
+        start_ = dialect_.beginWrite(*session_, scopes);
     } catch (const std::exception&) {
         if (dialect_.isUsable(*session_)) {
             throw;
@@ -244,11 +249,6 @@ void Writer::storeAudit(const Batch& batch)
     if (!entries.empty()) {
         storeEntries(*session_, std::move(entries));
     }
-}
-
-void Writer::commit(const Batch& batch)
-{
-    dialect_.commit(*session_, transaction_, noticeOf(batch).text());
 }
 
 } // namespace kelvo::store

@@ -32,8 +32,9 @@ public:
     void connect();
 
     /**
-     * Runs the changes in one transaction and sets their results. Does not throw. Connects if it
-     * has no connection.
+     * Runs the changes in one transaction and sets their results. A change whose rows are locked for
+     * too long fails with StoreBusy; the others are committed. Does not throw. Connects if it has no
+     * connection.
      */
     void run(const Batch& batch);
 
@@ -48,12 +49,11 @@ private:
     void begin(const Batch& batch);
     void beginOnce(EDurability durability, const Scopes& scopes);
     void storeAudit(const Batch& batch);
-    void commit(const Batch& batch);
 
     const Dialect& dialect_;
     const WriteHooks& hooks_;
     std::unique_ptr<soci::session> session_;    // null: lost
-    std::string transaction_;                   // of session_
+    WriteStart start_;                          // of session_'s transaction
     EDurability durability_ = EDurability::Now; // of session_
 };
 

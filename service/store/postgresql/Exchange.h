@@ -10,6 +10,9 @@
 
 namespace kelvo::store {
 
+/** Longer than the server's own limits: of a statement, and of the locks of a transaction. */
+inline constexpr std::chrono::seconds answerLimit{35};
+
 struct ClearResult
 {
     void operator()(PGresult* result) const { PQclear(result); }

@@ -5,6 +5,7 @@
 #include "service/store/postgresql/ConnectText.h"
 #include "service/store/postgresql/Exchange.h"
 #include "service/store/postgresql/PostgresqlNotices.h"
+#include "service/store/postgresql/ScopeLocks.h"
 #include "service/store/postgresql/Statements.h"
 #include "service/store/postgresql/WriterTable.h"
 
@@ -26,18 +27,12 @@ using namespace std::chrono_literals;
 
 constexpr int oldestServer = 130000;
 
-// The keys of the advisory locks: the bytes of "kelvo" and a number.
-constexpr const char* writeLock = "118083355569921";
+// Advisory locks beside the locks of scopes.
 constexpr const char* formerSchemaLock = "118083355569922"; // of programs before schema 24
-
-// Other locks have keys of two numbers: one of these, then the scope's or the schema's.
-constexpr int farmLocks = 118083355;
-constexpr int uploadLocks = 118083356;
-constexpr int schemaLocks = 118083357;
+constexpr int schemaLocks = 118083357;                      // and the schema's number
 
 constexpr unsigned mostWriters = 4;
 
-constexpr auto answerLimit = 35s; // longer than the server's own limits below
 constexpr auto settleLimit = 20s; // longer than the limit of an idle transaction
 constexpr auto settleAnswer = 5s; // of one attempt
 constexpr auto settlePause = 200ms;
@@ -50,31 +45,6 @@ constexpr const char* settings =
     " SELECT current_setting('server_encoding'), set_config('synchronous_commit',"
     " CASE current_setting('synchronous_commit') WHEN 'off' THEN 'on'"
     " ELSE current_setting('synchronous_commit') END, false)";
-
-/** Takes the locks of the scopes of a kind, in their order. Empty if there are none. */
-std::string lockAll(const Scopes& scopes, Scope::EKind kind, int key)
-{
-    std::string numbers;
-    for (const Scope& scope : scopes) {
-        if (scope.kind == kind) {
-            numbers += (numbers.empty() ? "" : ",") + std::to_string(scope.number);
-        }
-    }
-    return numbers.empty() ? ""
-                           : " SELECT pg_advisory_xact_lock(" + std::to_string(key) +
-                                 ", n) FROM unnest('{" + numbers + "}'::INTEGER[]) n;";
-}
-
-/** The statements for the first two steps of the order in Scope.h. */
-std::string lockStatements(const Scopes& scopes)
-{
-    if (scopes.contains(Scope::all())) {
-        return std::string(" SELECT pg_advisory_xact_lock(") + writeLock + ");";
-    }
-    return std::string(" SELECT pg_advisory_xact_lock_shared(") + writeLock + ");" +
-           lockAll(scopes, Scope::EKind::Farm, farmLocks) +
-           lockAll(scopes, Scope::EKind::Upload, uploadLocks);
-}
 
 std::string randomName()
 {
@@ -140,16 +110,13 @@ public:
      * Each statement sees what was committed before it, so after the locks the transaction sees all
      * earlier changes of its scopes.
      */
-    std::string beginWrite(soci::session& sql, const Scopes& scopes) const override
+    WriteStart beginWrite(soci::session& sql, const Scopes& scopes) const override
     {
         PGconn& connection = connectionOf(sql);
         if (PQtransactionStatus(&connection) != PQTRANS_IDLE) {
             throw std::runtime_error("the connection has an unfinished transaction");
         }
-        return textOf(execute(connection,
-                              "BEGIN ISOLATION LEVEL READ COMMITTED READ WRITE;" +
-                                  lockStatements(scopes) + " " + numberTransaction(),
-                              answerLimit));
+        return beginWithLocks(connection, scopes);
     }
 
     void commit(soci::session& sql, const std::string& transaction,
@@ -196,7 +163,7 @@ public:
     }
 
     /** EDurability::Later would save little time: the commits of several writers share syncs. */
-    const char* setDurability(EDurability) const override { return "SELECT 1"; }
+    const char* setDurability(EDurability) const override { return nullptr; }
 
     std::unique_ptr<NoticeSource> listen() const override
     {

@@ -108,9 +108,9 @@ TEST_P(Instances, NoticeThatACommitRollsBack)
 {
     const auto dialect = GetParam().connect(folder.Path());
     const auto sql = dialect->connect();
-    const std::string transaction = dialect->beginWrite(*sql, {store::Scope::all()});
+    const store::WriteStart start = dialect->beginWrite(*sql, {store::Scope::all()});
     EXPECT_ANY_THROW(*sql << "SELECT no_such_column FROM farms");
-    EXPECT_THROW(dialect->commit(*sql, transaction, {}), std::runtime_error);
+    EXPECT_THROW(dialect->commit(*sql, start.transaction, {}), std::runtime_error);
     EXPECT_TRUE(dialect->isUsable(*sql));
 }
 
@@ -222,7 +222,7 @@ TEST_P(Instances, LearnThatACrashedServerHasLostTheChange)
 {
     const auto dialect = GetParam().connect(folder.Path());
     const auto sql = dialect->connect();
-    const std::string transaction = dialect->beginWrite(*sql, {store::Scope::all()});
+    const std::string transaction = dialect->beginWrite(*sql, {store::Scope::all()}).transaction;
     crashServer(*dialect);
     for (bool isBack = false; !isBack;) {
         try {

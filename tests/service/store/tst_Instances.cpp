@@ -7,6 +7,7 @@
 #include "service/store/SessionTable.h"
 #include "service/store/UploadTable.h"
 #include "tests/service/store/InstancesFixture.h"
+#include "tests/service/support/DialectAround.h"
 #include "tests/service/support/StoredLists.h"
 
 #include <gmock/gmock.h>
@@ -52,6 +53,60 @@ TEST_P(Instances, ChangeDifferentFarmsSideBySideAndOneFarmInTurn)
             pair.second, [](Transaction&, const auto&) { return true; });
         EXPECT_EQ(secondWaited, pair.isInTurn) << pair.what;
     }
+}
+
+/** Waits a moment for a lock. */
+class ShortWaits final : public DialectAround
+{
+public:
+    using DialectAround::DialectAround;
+
+    std::unique_ptr<soci::session> connect() const override
+    {
+        auto session = connectInner();
+        *session << "SET lock_timeout = '1ms'";
+        return session;
+    }
+};
+
+TEST_P(Instances, CommitTheOtherFarmsOfABatchIfOneFarmIsLocked)
+{
+    const store::Id hill = addFarm("Hill Farm").id;
+    const store::Id dale = addFarm("Dale Farm").id;
+    const ShortWaits dialect(GetParam().connect(folder.Path()));
+    const store::WriteHooks hooks;
+    store::Writer writer(dialect, hooks);
+    const auto runs = [&](Scope locked) {
+        std::vector<std::string> outcomes;
+        std::vector<store::Change> changes(3);
+        const Scope scopes[] = {Scope::farm(hill), Scope::farm(dale), Scope::upload("a")};
+        for (std::size_t i = 0; i < changes.size(); ++i) {
+            changes[i].scope = scopes[i];
+            changes[i].run = [](Transaction& t) { t.sql << "UPDATE farms SET name = name"; };
+        }
+        other->writeNow(locked, [&](Transaction&) {
+            writer.run({&changes[0], &changes[1], &changes[2]});
+        });
+        for (const store::Change& change : changes) {
+            outcomes.push_back(change.error ? "fails" : "is committed");
+        }
+        return outcomes;
+    };
+    EXPECT_THAT(runs(Scope::farm(hill)),
+                testing::ElementsAre("fails", "is committed", "is committed"));
+    EXPECT_THAT(runs(Scope::upload("a")),
+                testing::ElementsAre("is committed", "is committed", "fails"));
+    EXPECT_THAT(runs(Scope::upload("b")), testing::Each("is committed"));
+    EXPECT_THAT(runs(Scope::all()), testing::Each("fails"));
+}
+
+TEST_P(Instances, GiveAStatementMoreTimeThanTheLocks)
+{
+    std::string limit;
+    database->writeNow(Scope::farm(1), [&limit](Transaction& t) {
+        t.sql << "SELECT current_setting('statement_timeout')", soci::into(limit);
+    });
+    EXPECT_EQ(limit, "30s");
 }
 
 TEST_P(Instances, MakeTheEventsOfAFarmReadableInTheOrderOfTheirIds)

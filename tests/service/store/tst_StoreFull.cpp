@@ -1,12 +1,16 @@
 // A database whose disk is full.
 #include "service/store/Errors.h"
 #include "service/store/FarmTable.h"
+#include "tests/service/support/DialectAround.h"
 #include "tests/support/TempFolder.h"
 
 #include <gmock/gmock.h>
 #include <soci/soci.h>
 
+#include <memory>
+#include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace kelvo::test {
@@ -69,6 +73,39 @@ TEST_F(FullSqlite, RunsAChangeAgainAfterRoomWasMade)
     EXPECT_EQ(farms(), 100U);
     EXPECT_EQ(asked, 3);
     EXPECT_EQ(runs, 4);
+}
+
+/** The first commit finds no room. */
+class FullAtCommit final : public DialectAround
+{
+public:
+    using DialectAround::DialectAround;
+
+    std::unique_ptr<soci::session> connect() const override { return connectInner(); }
+
+    void commit(soci::session& sql, const std::string& transaction,
+                const std::string& notice) const override
+    {
+        if (std::exchange(isFull, false)) {
+            throw std::runtime_error("database or disk is full");
+        }
+        DialectAround::commit(sql, transaction, notice);
+    }
+
+    mutable bool isFull = false;
+};
+
+TEST_F(FullSqlite, RunsAChangeAgainIfItsCommitFoundNoRoom)
+{
+    auto dialect = std::make_unique<FullAtCommit>(store::makeSqlite(folder.Path("commits.sqlite")));
+    FullAtCommit& disk = *dialect;
+    store::Database commits(std::move(dialect));
+    commits.onFull([] { return true; });
+    disk.isFull = true;
+    const store::Farm farm =
+        commits.writeNow([](Transaction& t) { return store::addFarm(t, "Hill Farm"); });
+    EXPECT_EQ(farm.id, 1);
+    EXPECT_FALSE(disk.isFull);
 }
 
 /** Not part of the contract: only SQLite has this file. */

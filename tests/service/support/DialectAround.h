@@ -19,7 +19,7 @@ public:
 
     const char* beginRead() const override { return real_->beginRead(); }
     unsigned writers() const override { return real_->writers(); }
-    std::string beginWrite(soci::session& sql, const store::Scopes& scopes) const override
+    store::WriteStart beginWrite(soci::session& sql, const store::Scopes& scopes) const override
     {
         return real_->beginWrite(sql, scopes);
     }
