@@ -22,14 +22,26 @@ Batch WriteQueue::take()
     Batch batch;
     std::unique_lock lock(mutex_);
     changed_.wait(lock, [this, &batch] {
-        if (!queue_.empty()) {
-            batch = queue_.front()->scope == Scope::all() ? takeAll() : takeSome();
-        }
+        batch = takeFree();
         return !batch.empty() || (isClosed_ && queue_.empty());
     });
-    if (!batch.empty()) {
-        ++running_;
+    return batch;
+}
+
+Batch WriteQueue::tryTake()
+{
+    const std::lock_guard lock(mutex_);
+    return takeFree();
+}
+
+/** The changes that may run now. */
+Batch WriteQueue::takeFree()
+{
+    if (queue_.empty()) {
+        return {};
     }
+    Batch batch = queue_.front()->scope == Scope::all() ? takeAll() : takeSome();
+    running_ += batch.empty() ? 0 : 1;
     return batch;
 }
 

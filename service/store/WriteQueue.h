@@ -28,6 +28,9 @@ public:
     /** Blocks until some changes may run. Empty: the queue is closed, and no change is left. */
     Batch take();
 
+    /** As take(), without the wait: empty if no change may run now. */
+    Batch tryTake();
+
     /** Call after the changes of take() have run, while they still exist. */
     void release(const Batch& batch);
 
@@ -38,6 +41,7 @@ private:
     /** The largest number of changes in one commit. It limits the wait of the first change. */
     static constexpr std::size_t largestBatch = 128;
 
+    Batch takeFree();
     Batch takeAll();
     Batch takeSome();
     bool isFree(const Scope& scope, const Scopes& own) const;

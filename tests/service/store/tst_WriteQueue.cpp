@@ -3,7 +3,6 @@
 
 #include <gmock/gmock.h>
 
-#include <atomic>
 #include <deque>
 #include <future>
 
@@ -67,24 +66,26 @@ TEST_F(WriteQueue, LetsAChangeOfAllRowsRunAlone)
 {
     store::WriteQueue queue(3);
     const Batch first = add(queue, {hill});
-    ASSERT_EQ(queue.take(), first);
+    ASSERT_EQ(queue.tryTake(), first);
     const Batch later = add(queue, {Scope::all(), Scope::all(), dale});
-    std::atomic<bool> isReleased = false;
-    const auto takeBehind = [&] {
-        const Batch batch = queue.take();
-        EXPECT_TRUE(isReleased) << "beside another batch";
-        return batch;
-    };
-    auto all = std::async(std::launch::async, takeBehind);
-    isReleased = true;
+    EXPECT_EQ(queue.tryTake(), Batch{}) << "beside the change of a farm";
     queue.release(first);
-    const Batch alone = all.get();
-    EXPECT_EQ(alone, (Batch{later[0], later[1]}));
-    isReleased = false;
-    auto behind = std::async(std::launch::async, takeBehind);
-    isReleased = true;
+    const Batch alone{later[0], later[1]};
+    ASSERT_EQ(queue.tryTake(), alone);
+    EXPECT_EQ(queue.tryTake(), Batch{}) << "beside a change of all rows";
     queue.release(alone);
-    EXPECT_EQ(behind.get(), Batch{later[2]});
+    EXPECT_EQ(queue.tryTake(), Batch{later[2]});
+}
+
+TEST_F(WriteQueue, WakesAWriterThatWaitsForAScope)
+{
+    store::WriteQueue queue(2);
+    const Batch first = add(queue, {hill});
+    ASSERT_EQ(queue.tryTake(), first);
+    const Batch later = add(queue, {hill});
+    auto waiting = std::async(std::launch::async, [&queue] { return queue.take(); });
+    queue.release(first);
+    EXPECT_EQ(waiting.get(), later);
 }
 
 TEST_F(WriteQueue, HandsOutAtMost128ChangesAtOnce)
