@@ -11,8 +11,13 @@ namespace kelvo {
 
 WorkPool::WorkPool(unsigned threads)
 {
-    for (unsigned i = 0; i < threads; ++i) {
-        threads_.emplace_back([this] { loop(); });
+    try {
+        for (unsigned i = 0; i < threads; ++i) {
+            threads_.emplace_back([this] { loop(); });
+        }
+    } catch (...) { // no further thread: ends those that run
+        stop();
+        throw;
     }
 }
 

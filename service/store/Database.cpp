@@ -20,8 +20,13 @@ Database::Database(std::unique_ptr<Dialect> dialect, unsigned readers)
     } catch (const std::exception& error) {
         dialect_->rethrow(error);
     }
-    for (Writer& writer : writers_) {
-        writerThreads_.emplace_back([this, &writer] { writeLoop(writer); });
+    try {
+        for (Writer& writer : writers_) {
+            writerThreads_.emplace_back([this, &writer] { writeLoop(writer); });
+        }
+    } catch (...) { // no further thread: ends those that run
+        finish();
+        throw;
     }
 }
 
