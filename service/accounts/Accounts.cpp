@@ -133,7 +133,7 @@ Async<store::Credentials> Accounts::check(Attempt attempt, std::string password)
         return passwords_.verify(password,
                                  known ? std::optional(known->passwordHash) : std::nullopt);
     };
-    const bool right = co_await pool_.run(verify);
+    const bool right = co_await pool_.run(verify, std::hash<std::string>()(attempt.user));
     if (!right) {
         throttle_.failed(attempt.user, attempt.address, attempt.place);
         co_await record(attempt, "failed");

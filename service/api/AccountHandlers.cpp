@@ -44,7 +44,7 @@ Async<Response> getAccount(Context& context, Request& request)
         }
         return response;
     };
-    co_return co_await context.database.read(build);
+    co_return co_await context.database.read(build, user.farmId());
 }
 
 } // namespace

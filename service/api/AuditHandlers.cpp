@@ -68,7 +68,7 @@ Async<Response> getAudit(Context& context, Request& request)
         });
         return answer.toResponse(request);
     };
-    co_return co_await context.database.read(query);
+    co_return co_await context.database.read(query, session.user.farmId());
 }
 
 } // namespace

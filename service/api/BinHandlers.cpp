@@ -82,7 +82,7 @@ Async<Response> getBin(Context& context, Request& request)
         });
         return answer.toResponse(request);
     };
-    co_return co_await context.database.read(query);
+    co_return co_await context.database.read(query, access.user.farmId());
 }
 
 Async<Response> restore(Context& context, Request& request)

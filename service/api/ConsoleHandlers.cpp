@@ -98,7 +98,7 @@ Async<Response> getConsoles(Context& context, Request& request)
         });
         return answer.toResponse(request);
     };
-    co_return co_await context.database.read(query);
+    co_return co_await context.database.read(query, user.farmId());
 }
 
 Async<Response> getTrack(Context& context, Request& request)
@@ -123,7 +123,7 @@ Async<Response> getTrack(Context& context, Request& request)
         answer.list().close({{"next", next ? Json(*next) : Json()}});
         return answer.list().toResponse();
     };
-    co_return co_await context.database.read(query);
+    co_return co_await context.database.read(query, user.farmId());
 }
 
 } // namespace

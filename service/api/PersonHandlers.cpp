@@ -204,7 +204,7 @@ Async<Response> exportUser(Context& context, Request& request)
         answer.close();
         return answer.toResponse();
     };
-    co_return co_await context.database.read(query);
+    co_return co_await context.database.read(query, session.user.farmId());
 }
 
 Async<Response> getWork(Context& context, Request& request)
@@ -225,7 +225,7 @@ Async<Response> getWork(Context& context, Request& request)
         }
         return answer.toResponse(request);
     };
-    co_return co_await context.database.read(query);
+    co_return co_await context.database.read(query, session.user.farmId());
 }
 
 Async<Response> eraseWork(Context& context, Request& request)

@@ -42,7 +42,7 @@ Async<Response> getProjectResources(Context& context, Request& request)
         answer.close();
         return answer.toResponse();
     };
-    co_return co_await context.database.read(query);
+    co_return co_await context.database.read(query, user.farmId());
 }
 
 Response describeInbox(Context& context, soci::session& sql, const store::User& user,
@@ -93,7 +93,7 @@ Async<Response> getResource(Context& context, Request& request)
     auto query = [&context, &user, id](soci::session& sql) {
         return describeResource(context, sql, user, id);
     };
-    co_return co_await context.database.read(query);
+    co_return co_await context.database.read(query, user.farmId());
 }
 
 Async<Response> makeInbox(Context& context, Request& request)
@@ -119,7 +119,7 @@ Async<Response> makeInbox(Context& context, Request& request)
     auto describe = [&context, &user, &made](soci::session& sql) {
         return describeInbox(context, sql, user, made.inbox);
     };
-    Response response = co_await context.database.read(describe);
+    Response response = co_await context.database.read(describe, user.farmId());
     response.status = made.isNew ? 201 : 200;
     co_return response;
 }

@@ -158,7 +158,7 @@ Async<Response> listUsers(Context& context, Request& request)
         });
         return answer.toResponse(request);
     };
-    co_return co_await context.database.read(query);
+    co_return co_await context.database.read(query, caller.farmId());
 }
 
 /** The changes of a PATCH. */

@@ -26,14 +26,18 @@ WorkPool::~WorkPool()
     stop();
 }
 
-void WorkPool::post(std::function<void()> work)
+void WorkPool::post(std::function<void()> work, std::uint64_t client)
 {
     {
         const std::lock_guard lock(mutex_);
         if (stopping_) {
             return;
         }
-        queue_.push_back(std::move(work));
+        const auto [queue, isNew] = queues_.try_emplace(client);
+        queue->second.push_back(std::move(work));
+        if (isNew) {
+            turns_.push_back(client);
+        }
     }
     changed_.notify_one();
 }
@@ -51,35 +55,51 @@ void WorkPool::stop()
     threads_.clear();
 }
 
+std::function<void()> WorkPool::takeNext()
+{
+    const std::uint64_t client = turns_.front();
+    turns_.pop_front();
+    const auto queue = queues_.find(client);
+    std::function<void()> work = std::move(queue->second.front());
+    queue->second.pop_front();
+    if (queue->second.empty()) {
+        queues_.erase(queue);
+    } else {
+        turns_.push_back(client);
+    }
+    return work;
+}
+
 void WorkPool::loop()
 {
     for (;;) {
         std::function<void()> work;
         {
             std::unique_lock lock(mutex_);
-            changed_.wait(lock, [this] { return stopping_ || !queue_.empty(); });
-            if (queue_.empty()) {
+            changed_.wait(lock, [this] { return stopping_ || !turns_.empty(); });
+            if (turns_.empty()) {
                 return;
             }
-            work = std::move(queue_.front());
-            queue_.pop_front();
+            work = takeNext();
         }
         work();
     }
 }
 
-Async<void> WorkPool::runErased(std::function<void()> work)
+Async<void> WorkPool::runErased(std::function<void()> work, std::uint64_t client)
 {
     std::exception_ptr error;
-    StartOperation start = [this, &work, &error](std::function<void()> done) {
-        post([&work, &error, done = std::move(done)] {
-            try {
-                work();
-            } catch (...) {
-                error = std::current_exception();
-            }
-            done();
-        });
+    StartOperation start = [this, &work, client, &error](std::function<void()> done) {
+        post(
+            [&work, &error, done = std::move(done)] {
+                try {
+                    work();
+                } catch (...) {
+                    error = std::current_exception();
+                }
+                done();
+            },
+            client);
     };
     co_await awaitOperation(std::move(start));
     if (error) {

@@ -120,7 +120,7 @@ Async<bool> EventStream::sendFromLog(http::Transport& transport)
     auto query = [farm, cursor](soci::session& sql) {
         return Page{store::eventBounds(sql, farm), store::eventsAfter(sql, farm, cursor, pageSize)};
     };
-    const Page page = co_await database_.read(query);
+    const Page page = co_await database_.read(query, farm);
     if (!page.bounds.contains(cursor_)) {
         co_return false; // the peer gets cursor-too-old when it reconnects
     }

@@ -89,13 +89,17 @@ public:
         hooks_.onChange = std::move(mayCommit);
     }
 
+    /**
+     * The reads of different farms take turns. A read whose time does not grow with the farm needs
+     * no farm.
+     */
     template <class F>
-    Async<std::invoke_result_t<F&, soci::session&>> read(F query)
+    Async<std::invoke_result_t<F&, soci::session&>> read(F query, Id farm = 0)
     {
         std::function<std::invoke_result_t<F&, soci::session&>()> job = [this, &query] {
             return readNow(query);
         };
-        co_return co_await readers_.run(std::move(job));
+        co_return co_await readers_.run(std::move(job), static_cast<std::uint64_t>(farm));
     }
 
     /** `function` reads and writes the rows of its scope only. Other rows may change meanwhile. */
