@@ -75,6 +75,10 @@ Async<http::Response> ApiApplication::route(http::Request& request)
     } catch (const store::StoreBusy&) {
         throw Problem(EProblem::Busy, "The service's database is busy; nothing was changed.",
                       {{"Retry-After", "5"}});
+    } catch (const store::CommitInDoubt& error) {
+        logWarning("commit-in-doubt", error.what());
+        throw Problem(EProblem::Busy, "The service does not know whether the change is stored.",
+                      {{"Retry-After", "5"}});
     } catch (const store::NotUnique&) {
         throw Problem(EProblem::Conflict, "The name or the key is used already.");
     } catch (const store::UnstorableText&) {

@@ -23,6 +23,12 @@ struct Page
     std::vector<store::Event> events;
 };
 
+struct Beat
+{
+    bool known; // the session
+    store::Id newest;
+};
+
 } // namespace
 
 /** Notices when the peer closes while the stream sleeps. */
@@ -163,17 +169,19 @@ Async<bool> EventStream::sendEnd(http::Transport& transport)
 
 Async<bool> EventStream::sendHeartbeat(http::Transport& transport)
 {
-    // Each heartbeat also checks whether another process has ended the session.
+    // Another process may have ended the session. An event may have come later than its notice.
     auto query = [this](soci::session& sql) {
-        return store::findSession(sql, subscription_->session().tokenHash, clock_.expiryNow())
-            .has_value();
+        const store::Session& session = subscription_->session();
+        return Beat{store::findSession(sql, session.tokenHash, clock_.expiryNow()).has_value(),
+                    store::eventBounds(sql, session.user.farmId()).newest};
     };
-    const bool known = co_await database_.read(query);
+    const auto [known, newest] = co_await database_.read(query);
     if (!known) {
         const bool expired = clock_.expiryNow().hasReached(subscription_->session().expiresMs);
         subscription_->end(expired ? "expired" : "revoked");
         co_return true;
     }
+    behind_ = newest > cursor_;
     co_return co_await send(transport, ":\n\n");
 }
 

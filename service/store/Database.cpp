@@ -9,6 +9,20 @@
 
 namespace kelvo::store {
 
+namespace {
+
+using Sessions = std::vector<std::unique_ptr<soci::session>>;
+
+/** If one connection is lost, so are others: each would wait for an answer again. */
+void dropAll(Sessions& idle, std::mutex& mutex)
+{
+    Sessions dropped;
+    const std::lock_guard lock(mutex);
+    dropped.swap(idle);
+}
+
+} // namespace
+
 Database::Database(std::unique_ptr<Dialect> dialect, unsigned readers)
     : dialect_(std::move(dialect)), readers_(readers), queue_(dialect_->writers())
 {
@@ -67,6 +81,7 @@ Database::Reader::Reader(Database& database) : database_(database)
             if (dialect.isUsable(*session_)) {
                 throw;
             }
+            dropAll(database_.idleSessions_, database_.sessionsMutex_);
         }
     }
     session_ = dialect.connect();
@@ -82,6 +97,7 @@ Database::Reader::~Reader()
     } catch (const std::exception& error) {
         // The connection is dropped; the next reader makes a new one.
         logWarning("read-connection-lost", error.what());
+        dropAll(database_.idleSessions_, database_.sessionsMutex_);
     }
 }
 

@@ -72,10 +72,7 @@ Result execute(PGconn& connection, const std::string& statements, std::chrono::s
     Result last;
     Result failed;
     for (;;) {
-        while (PQisBusy(&connection) == 1) {
-            awaitInput(connection, end);
-        }
-        Result next(PQgetResult(&connection));
+        Result next = nextResult(connection, end);
         if (!next) {
             break;
         }
@@ -89,6 +86,14 @@ Result execute(PGconn& connection, const std::string& statements, std::chrono::s
         lose(connection);
     }
     return last;
+}
+
+Result nextResult(PGconn& connection, Steady::time_point end)
+{
+    while (PQisBusy(&connection) == 1) {
+        awaitInput(connection, end);
+    }
+    return Result(PQgetResult(&connection));
 }
 
 std::string textOf(const Result& result)

@@ -46,6 +46,12 @@ private:
  */
 Result execute(PGconn& connection, const std::string& statements, std::chrono::seconds limit);
 
+/**
+ * As PQgetResult(). Blocks until `end`, then throws ConnectionLost, after which the connection is
+ * not usable.
+ */
+Result nextResult(PGconn& connection, std::chrono::steady_clock::time_point end);
+
 /** The first column of the first row; empty if there is none. */
 std::string textOf(const Result& result);
 

@@ -84,14 +84,23 @@ Result Pipeline::run(const Statement& statement)
     return flush();
 }
 
+Result Pipeline::next()
+{
+    try {
+        return nextResult(connection_, end_);
+    } catch (const ConnectionLost& error) {
+        throw soci::postgresql_soci_error(error.what(), noState);
+    }
+}
+
 /** The result of one statement. */
 Result Pipeline::receive(const Sent& sent)
 {
-    Result result(PQgetResult(&connection_));
+    Result result = next();
     if (!result) {
         lose();
     }
-    while (PQstatus(&connection_) == CONNECTION_OK && Result(PQgetResult(&connection_))) {
+    while (PQstatus(&connection_) == CONNECTION_OK && next()) {
     }
     if (!sent.prepared.empty() && PQresultStatus(result.get()) != PGRES_COMMAND_OK) {
         names_.erase(sent.prepared);
@@ -106,6 +115,7 @@ Result Pipeline::flush()
     }
     const std::vector<Sent> all = std::exchange(sent_, {});
     require(PQpipelineSync(&connection_));
+    end_ = std::chrono::steady_clock::now() + answerLimit;
     Result last;
     Result failure;
     for (const Sent& sent : all) {
@@ -114,7 +124,7 @@ Result Pipeline::flush()
             failure = std::move(last);
         }
     }
-    const Result end(PQgetResult(&connection_)); // of the synchronisation
+    const Result end = next(); // of the synchronisation
     require(PQexitPipelineMode(&connection_));
     if (failure) {
         throwError(*failure);

@@ -17,7 +17,10 @@ struct Statement
     std::vector<const char*> parameters;
 };
 
-/** Errors: soci::postgresql_soci_error. Thread: one at a time. */
+/**
+ * Errors: soci::postgresql_soci_error, also if the server does not answer within answerLimit.
+ * Thread: one at a time.
+ */
 class Pipeline
 {
 public:
@@ -53,11 +56,13 @@ private:
     void send(const Statement& statement);
     void prepare(const std::string& text);
     void require(int isSent) const;
+    Result next();
     Result receive(const Sent& sent);
     [[noreturn]] void lose() const;
 
     PGconn& connection_;
     std::vector<Sent> sent_;
+    std::chrono::steady_clock::time_point end_;          // of the wait for the answers
     std::unordered_map<std::string, std::string> names_; // by text; empty: run once before
     std::size_t prepared_ = 0;
 };

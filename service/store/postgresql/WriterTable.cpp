@@ -38,7 +38,8 @@ bool isCommitted(PGconn& connection, const std::string& transaction, std::chrono
 {
     const std::string writer = writerOf(transaction);
     const std::string lockLimit = std::to_string(limit.count() - 1);
-    // The insertion waits for the first transaction of a connection, whose row nobody sees yet.
+    // The insertion also waits for the first transaction of a connection. Its row is not visible
+    // yet.
     const Result number =
         execute(connection,
                 "SET LOCAL lock_timeout = '" + lockLimit +

@@ -66,6 +66,18 @@ TEST_F(BusyStore, SendsRetryAfterIfTheDatabaseCannotCommit)
     EXPECT_THAT(logIn(), StartsWith("HTTP/1.1 201 "));
 }
 
+TEST_F(BusyStore, SendsRetryAfterIfACommitIsInDoubt)
+{
+    database.writeNow([this](store::Transaction& t) {
+        store::setPassword(t, user.id, accounts.passwords().hash("right words"));
+        t.sql << "CREATE TABLE doom (farm_id BIGINT REFERENCES farms (id)"
+                 " DEFERRABLE INITIALLY DEFERRED)"; // only COMMIT finds the error
+        t.sql << "CREATE TRIGGER dooms AFTER INSERT ON sessions BEGIN"
+                 " INSERT INTO doom VALUES (-1); END";
+    });
+    EXPECT_THAT(logIn(), isBusyAnswer);
+}
+
 TEST_F(BusyStore, AnswersReadsWhileAnotherProgramWrites)
 {
     test::disableBusyTimeout(database);

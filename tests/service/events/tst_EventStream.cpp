@@ -153,6 +153,16 @@ TEST_F(Streaming, SendsEventsOfACommitThatWasReportedAsFailed)
     EXPECT_EQ(readUntil("id: 5\nevent: thing\ndata: {}\n\n"), eventsText(5, 5));
 }
 
+TEST_F(Streaming, LooksForMissedEventsAtEachHeartbeat)
+{
+    stream(0);
+    readUntil("\n\n");
+    database.onCommit({});
+    addEvents(2);
+    subscription->doubt(); // as a heartbeat
+    EXPECT_EQ(readUntil("id: 2\nevent: thing\ndata: {}\n\n"), ":\n\n" + eventsText(1, 2));
+}
+
 TEST_F(Streaming, EndsAtOnceIfTheEndOfItsSessionWasReportedAsFailed)
 {
     stream(0);

@@ -200,10 +200,12 @@ TEST_P(Instances, WaitForTheOutcomeOfACommitThatStillRuns)
     DeafAtCommit& link = *dialect;
     store::Database instance(std::move(dialect));
     link.deaf = true;
+    std::atomic<bool> isDone = false;
     std::thread beside([&] {
         EXPECT_NO_THROW(instance.writeNow([](Transaction& t) { store::addFarm(t, "Hill Farm"); }));
+        isDone = true;
     });
-    while (waiting() < 2) { // the COMMIT, and the question whether it has committed
+    while (!isDone && waiting() < 2) { // the COMMIT, and the question whether it has committed
         std::this_thread::yield();
     }
     holder.reset();
