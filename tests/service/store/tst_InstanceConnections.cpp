@@ -196,6 +196,7 @@ TEST_P(Instances, WaitForTheOutcomeOfACommitThatStillRuns)
     });
     auto holder = GetParam().connect(folder.Path())->connect();
     *holder << "SELECT pg_advisory_lock(7)";
+    EXPECT_EQ(waiting(), 0); // its connection is older than those that end
     auto dialect = std::make_unique<DeafAtCommit>(GetParam().connect(folder.Path()));
     DeafAtCommit& link = *dialect;
     store::Database instance(std::move(dialect));
