@@ -57,10 +57,11 @@ private:
 class Receiving
 {
 public:
-    Receiving(http::BodyReader& body, const Sink& sink, WorkPool& pool)
+    Receiving(http::BodyReader& body, const Sink& sink, WorkPool& pool, const Pause& pause)
         : body_(body),
           sink_(sink),
           pool_(pool),
+          pause_(pause),
           ring_(static_cast<std::size_t>(std::min(ringBytes, body.remainingBytes()))),
           arrival_(body.executor()),
           room_(body.executor())
@@ -92,49 +93,73 @@ public:
     {
         while (!ended_ || !ring_.isEmpty()) {
             if (ring_.isEmpty()) {
-                isIdle_ = true;
-                co_await arrival_.sleepUntil(never);
-                isIdle_ = false;
+                co_await awaitArrival();
+                if (ring_.isEmpty() && !ended_) {
+                    co_await runOnPool(pause_.work);
+                    hasNewBytes_ = false;
+                }
                 continue;
             }
             const asio::const_buffer piece = ring_.oldest();
             std::function<void()> work = [this, piece] { sink_(piece.data(), piece.size()); };
-            try {
-                co_await pool_.run(std::move(work));
-            } catch (...) {
-                failed_ = true;
-                room_.wake();
-                throw;
-            }
+            co_await runOnPool(std::move(work));
+            hasNewBytes_ = true;
             ring_.take(piece.size());
             room_.wake();
         }
     }
 
 private:
-    static constexpr auto never = std::chrono::steady_clock::time_point::max();
+    using Time = std::chrono::steady_clock;
+    static constexpr auto never = Time::time_point::max();
+
+    /** Returns when bytes arrive, when the body ends, or after a pause that has work. */
+    Async<void> awaitArrival()
+    {
+        const bool hasWork = pause_.work && hasNewBytes_;
+        const auto pauseEnd = hasWork ? Time::now() + pause_.after : never;
+        isIdle_ = true;
+        while (ring_.isEmpty() && !ended_ && Time::now() < pauseEnd) {
+            co_await arrival_.sleepUntil(pauseEnd);
+        }
+        isIdle_ = false;
+    }
+
+    Async<void> runOnPool(std::function<void()> work)
+    {
+        try {
+            co_await pool_.run(std::move(work));
+        } catch (...) {
+            failed_ = true;
+            room_.wake();
+            throw;
+        }
+    }
 
     http::BodyReader& body_;
     const Sink& sink_;
     WorkPool& pool_;
+    const Pause& pause_;
     Ring ring_;
     Wakeup arrival_; // write() sleeps on it
     Wakeup room_;    // read() sleeps on it
     bool isIdle_ = false;
+    bool hasNewBytes_ = false; // the sink has taken bytes since the last pause
     bool ended_ = false;
     bool failed_ = false;
 };
 
 } // namespace
 
-Async<bool> receiveBody(http::BodyReader& body, const Sink& sink, WorkPool& pool)
+Async<bool> receiveBody(http::BodyReader& body, const Sink& sink, WorkPool& pool,
+                        const Pause& pause)
 {
     using namespace asio::experimental::awaitable_operators;
 
     if (body.remainingBytes() == 0) {
         co_return true;
     }
-    Receiving receiving(body, sink, pool);
+    Receiving receiving(body, sink, pool, pause);
     co_return co_await (receiving.read() && receiving.write());
 }
 

@@ -65,7 +65,8 @@ Async<bool> receiveChecked(Context& context, http::Request& request, Checksum& c
         writeAll(scratch.get(), data, sizeBytes);
         checksum.add(data, sizeBytes);
     };
-    const bool whole = co_await receiveBody(request.body, sink, context.filePool);
+    const Pause none;
+    const bool whole = co_await receiveBody(request.body, sink, context.filePool, none);
     if (!whole) {
         co_return false;
     }

@@ -146,7 +146,9 @@ Async<bool> receiveInto(Context& context, http::Request& request, const store::U
     const Sink sink = [&receiver](const void* data, std::size_t sizeBytes) {
         receiver.append(data, sizeBytes);
     };
-    co_return co_await receiveBody(request.body, sink, context.contentPool);
+    // The link may be cut silently. Then the client resumes at any instance, behind these bytes.
+    const Pause pause{[&receiver] { receiver.suspend(); }};
+    co_return co_await receiveBody(request.body, sink, context.contentPool, pause);
 }
 
 /** Throws Problem if the upload has another offset. */

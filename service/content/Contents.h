@@ -79,8 +79,9 @@ public:
     virtual void flush() = 0;
 
     /**
-     * Call it when the link was cut. Afterwards the bytes survive the process. Only flush() also
-     * protects them from a power failure.
+     * Call it when the link was cut, or when the peer pauses. Afterwards the bytes survive the
+     * process, and a receiver in another process continues behind them. Only flush() also protects
+     * them from a power failure.
      */
     virtual void suspend() = 0;
 

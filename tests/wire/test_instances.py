@@ -84,6 +84,19 @@ class Instances(unittest.TestCase):
         file = self.entry(self.olga, "both.zip")
         self.assertEqual(self.olga.get(f"/resources/{file['id']}/content").body, CONTENT)
 
+    def test_an_upload_grows_although_each_link_is_cut_silently(self):
+        location = self.olga.create("silent.zip", [self.inbox], len(CONTENT)).headers["Location"]
+        at = 0
+        for service, other in ((self.here, self.same), (self.there, self.olga)) * 2:
+            end = at + 100_000
+            # Stays open until the end of the test, like a link that is cut without FIN.
+            self.addCleanup(begin_upload(service, self.olga.token, "PATCH", location, len(CONTENT) - at,
+                                         {"Upload-Offset": str(at)}, CONTENT[at:end]).close)
+            at = other.await_offset(location, end)
+        self.olga.patch(location, at, CONTENT[at:])
+        file = self.entry(self.olga, "silent.zip")
+        self.assertEqual(self.olga.get(f"/resources/{file['id']}/content").body, CONTENT)
+
     def test_the_same_key_gives_the_same_upload_at_both(self):
         first = self.olga.create("key.zip", [self.inbox], 3, b"abc", key="one-key").json()["files"]
         again = self.same.create("key.zip", [self.inbox], 3, b"abc", key="one-key", expect=(200, 201)).json()["files"]

@@ -1,14 +1,18 @@
 // Receiving a body from the connection to the disk.
 #include "service/api/ReceiveBody.h"
 #include "service/base/Digest.h"
+#include "service/content/Contents.h"
 #include "service/content/UploadWriter.h"
 #include "tests/service/support/RunAwaitable.h"
 #include "tests/service/support/TcpPair.h"
 #include "tests/support/TempFolder.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <mutex>
+#include <vector>
 
 #include <sys/resource.h>
 
@@ -27,7 +31,7 @@ protected:
         std::string early;
         http::BodyReader body(*pair.server, limits, head, early);
         loop.start(say(*pair.client, text));
-        return loop.run(receiveBody(body, sink, pool));
+        return loop.run(receiveBody(body, sink, pool, pause));
     }
 
     static Async<void> say(http::Transport& client, std::string text)
@@ -56,6 +60,7 @@ protected:
     const Sink sink = [this](const void* data, std::size_t sizeBytes) {
         writer.append(data, sizeBytes);
     };
+    Pause pause;
 };
 
 TEST_F(Receiving, WritesTheWholeBodyInOrder)
@@ -89,7 +94,7 @@ TEST_F(Receiving, WritesReceivedBytesWhileThePeerPauses)
     http::BodyReader body(*pair.server, limits, head, early);
     bool ended = false;
     const auto receiving = [&]() -> Async<void> {
-        co_await receiveBody(body, sink, pool);
+        co_await receiveBody(body, sink, pool, pause);
         ended = true;
     };
     loop.start(receiving());
@@ -101,6 +106,49 @@ TEST_F(Receiving, WritesReceivedBytesWhileThePeerPauses)
     EXPECT_FALSE(ended);
     pair.client->abort();
     loop.runUntil([&ended] { return ended; });
+}
+
+TEST_F(Receiving, RunsTheWorkOfAPauseOnceUntilMoreBytesArrive)
+{
+    test::TcpPair pair(loop.io());
+    http::RequestHead head;
+    head.contentLength = 1000000;
+    std::string early;
+    http::BodyReader body(*pair.server, limits, head, early);
+    std::mutex mutex; // guards pauses
+    std::vector<std::uint64_t> pauses;
+    pause = {[&] {
+                 const std::lock_guard lock(mutex);
+                 pauses.push_back(writer.offset());
+             },
+             std::chrono::milliseconds(0)};
+    bool ended = false;
+    const auto receiving = [&]() -> Async<void> {
+        ended = !co_await receiveBody(body, sink, pool, pause);
+    };
+    loop.start(receiving());
+    for (const std::size_t count : {1U, 2U, 3U}) {
+        loop.start(test::sendText(*pair.client, std::string(1000, 'x')));
+        loop.runUntil([&] {
+            const std::lock_guard lock(mutex);
+            return pauses.size() >= count;
+        });
+    }
+    pair.client->abort();
+    loop.runUntil([&ended] { return ended; });
+    EXPECT_THAT(pauses, testing::ElementsAre(1000U, 2000U, 3000U));
+}
+
+TEST_F(Receiving, EndsIfTheWorkOfAPauseFails)
+{
+    test::TcpPair pair(loop.io());
+    http::RequestHead head;
+    head.contentLength = 1000000;
+    std::string early;
+    http::BodyReader body(*pair.server, limits, head, early);
+    pause = {[] { throw content::Superseded(); }, std::chrono::milliseconds(0)};
+    loop.start(test::sendText(*pair.client, "x"));
+    EXPECT_THROW(loop.run(receiveBody(body, sink, pool, pause)), content::Superseded);
 }
 
 TEST_F(Receiving, ThrowsIfTheDiskIsFull)
