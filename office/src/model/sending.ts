@@ -111,8 +111,9 @@ function change(key: number, changes: Partial<Sending>): void {
   });
 }
 
+/** A file between two attempts keeps its place: during an outage no further file begins. */
 function startNext(): void {
-  const count = sendings.value.filter(({state}) => state === 'sending').length;
+  const count = sendings.value.filter(({state, failure}) => state === 'sending' || (state === 'waiting' && failure)).length;
   const waiting = sendings.value.filter(({state, failure}) => state === 'waiting' && !failure);
   for (const {key} of waiting.slice(0, Math.max(0, mostAtOnce - count))) {
     change(key, {state: 'sending'});

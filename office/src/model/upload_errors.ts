@@ -5,7 +5,7 @@ import type {Difference} from './stored_copy';
 
 /** Why a file was not sent, waits for the next attempt, or was not compared. */
 export type Failure =
-  /** In the service's own sentence. */
+  /** In the service's own sentence; empty if the answer has none. */
   | {kind: 'refused'; detail: string}
   | {kind: 'noAnswer'}
   | {kind: 'unreadable'}
@@ -40,8 +40,8 @@ export const pauseMs = (error: UploadError, failures: number): number =>
   Math.max(backoffMs(failures), 1000 * (Number(responseOf(error)?.getHeader('Retry-After')) || 0));
 
 export async function failureOf(error: UploadError, file: Blob): Promise<Failure> {
-  const body = responseOf(error)?.getBody();
-  if (body) return {kind: 'refused', detail: detailOf(body)};
+  const response = responseOf(error);
+  if (response && response.getStatus() >= 400) return {kind: 'refused', detail: detailOf(response.getBody())};
   return {kind: await isReadable(file) ? 'noAnswer' : 'unreadable'};
 }
 

@@ -76,5 +76,5 @@ function stateText({state, file, sentBytes, failure}: Sending): string {
 }
 
 function reasonOf(failure: Exclude<Failure, {kind: 'notCompared'}>): string {
-  return failure.kind === 'refused' ? failure.detail || t('send.noAnswer') : t(`send.${failure.kind}`);
+  return failure.kind === 'refused' ? failure.detail || t('send.refused') : t(`send.${failure.kind}`);
 }

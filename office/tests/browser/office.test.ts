@@ -201,7 +201,7 @@ describe('the office', () => {
     });
     page.on('request', (request) => methods.push(request.method()));
     await sendFile(page, path);
-    await page.locator('.sending.waiting').getByText('Waiting: the service does not answer').waitFor();
+    await page.locator('.sending.waiting').getByText('Waiting: the service refused without a reason').waitFor();
     await page.locator('.sending.failed').getByRole('button', {name: 'Continue'}).click();
     await page.locator('.sending.done').waitFor();
     expect(refusals).toEqual([]);

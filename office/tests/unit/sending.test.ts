@@ -1,0 +1,44 @@
+// Files on their way while the service refuses them.
+import {beforeEach, describe, expect, it, vi} from 'vitest';
+import {send, sendings} from '../../src/model/sending';
+import type {UploadError} from '../../src/model/upload_errors';
+
+const uploads = vi.hoisted(() => ({begun: 0, digests: 0, isBusy: true}));
+vi.mock('../../src/model/digest', () => ({digestOf: async () => `${++uploads.digests}`}));
+vi.mock('tus-js-client', () => ({
+  Upload: class {
+    constructor(_file: File, private readonly options: {onError(error: UploadError): void; onSuccess(success: object): void}) {
+      ++uploads.begun;
+    }
+
+    findPreviousUploads = async () => [];
+    abort = async () => undefined;
+    start(): void {
+      if (uploads.isBusy) this.options.onError(busy());
+      else this.options.onSuccess({lastResponse: {getHeader: () => ''}});
+    }
+  },
+}));
+
+const busy = () => Object.assign(new Error('busy'), {causingError: null,
+  originalResponse: {getStatus: () => 503, getBody: () => '', getHeader: () => undefined}}) as unknown as UploadError;
+
+const states = () => sendings.value.map(({state, failure}) => (failure ? `${state} ${failure.kind}` : state));
+
+describe('ten files', () => {
+  beforeEach(() => {
+    vi.useFakeTimers();
+    return () => vi.useRealTimers();
+  });
+
+  it('begin two at a time, also while the service answers 503, and all are sent afterwards', async () => {
+    vi.stubGlobal('navigator', {locks: {request: async () => undefined}});
+    send([...Array(10).keys()].map((index) => new File(['x'], `${index}.zip`)), [2], '');
+    await vi.advanceTimersByTimeAsync(60_000);
+    expect([uploads.begun, uploads.digests]).toEqual([2, 2]);
+    expect(states()).toEqual([...Array(2).fill('waiting refused'), ...Array(8).fill('waiting')]);
+    uploads.isBusy = false;
+    await vi.advanceTimersByTimeAsync(60_000);
+    expect(states()).toEqual(Array(10).fill('done notCompared'));
+  });
+});

@@ -1,0 +1,32 @@
+// The reason that an upload's line tells.
+import type {HttpRequest, HttpResponse} from 'tus-js-client';
+import {describe, expect, it} from 'vitest';
+import {failureOf, keepUpload, type UploadError} from '../../src/model/upload_errors';
+
+const file = new Blob(['x']);
+const responseOf = (status: number, body = '') => ({getStatus: () => status, getBody: () => body}) as unknown as HttpResponse;
+const errorOf = (causingError: unknown, originalResponse: HttpResponse | null) =>
+  Object.assign(new Error(), {causingError, originalResponse}) as unknown as UploadError;
+
+describe('a failed upload', () => {
+  it.each([403, 429, 503])('was refused if the service answers its HEAD with %i', async (status) => {
+    const head = {getMethod: () => 'HEAD'} as HttpRequest;
+    let cause: unknown;
+    try {
+      keepUpload(head, responseOf(status));
+    } catch (error) {
+      cause = error;
+    }
+    expect(await failureOf(errorOf(cause, null), file)).toEqual({kind: 'refused', detail: ''});
+  });
+
+  it('was refused in the words of the service', async () => {
+    const response = responseOf(507, JSON.stringify({detail: 'The quota is full.'}));
+    expect(await failureOf(errorOf(null, response), file)).toEqual({kind: 'refused', detail: 'The quota is full.'});
+  });
+
+  it('has no answer if the network fails, or if a portal redirects it', async () => {
+    expect(await failureOf(errorOf(new TypeError('network'), null), file)).toEqual({kind: 'noAnswer'});
+    expect(await failureOf(errorOf(null, responseOf(302, '<html>')), file)).toEqual({kind: 'noAnswer'});
+  });
+});
