@@ -21,8 +21,8 @@ export function draw(canvas: MapCanvas, layers: readonly Layer[], shown: Layer |
   const features = layers.flatMap((layer) => {
     if (layer.shapes) return featureOf(layer.shapes, layer.kind === 'boundary' ? boundaryStyle : guidanceStyle);
     if (layer !== shown || !channel) return [];
-    return channel.image ? imageFeature(layer, channel.image) : channel.shapes.map((shapes, index) =>
-      featureOf(shapes, classStyle(colourOf(index, channel.classes.length))));
+    const vectors = channel.shapes.map((shapes, index) => featureOf(shapes, classStyle(colourOf(index, channel.classes.length))));
+    return channel.image ? [imageFeature(layer, channel.image), ...vectors] : vectors;
   });
   canvas.source.clear(true);
   canvas.source.addFeatures(features);

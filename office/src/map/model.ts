@@ -38,7 +38,7 @@ export interface Channel {
   areaM2: number | undefined;
   /** The sum of value × hectares; undefined for a track. */
   sumHa: number | undefined;
-  /** The shapes of each class, in the order of `classes`; empty for a grid and after painting. */
+  /** The shapes of each class, in the order of `classes`; empty for a grid. Beside an image, only the shapes outside it. */
   shapes: Shapes[];
   /** The painted values over the extent of the layer, for a grid and for many shapes. */
   image?: ImageBitmap;
@@ -48,6 +48,7 @@ export interface Layer {
   kind: LayerKind;
   /** The name in the file; may be empty. */
   name: string;
+  /** Without stray shapes if the others are painted. */
   extent: Extent;
   grid?: {columns: number; rows: number};
   /** Empty for boundaries and guidance lines. */

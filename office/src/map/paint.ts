@@ -1,8 +1,9 @@
 // Paints layers: a grid with one pixel for each cell, and shapes that are too many for the page to draw.
 import {classify, colourOf, noClass} from './channels';
-import type {Layer} from './model';
-import {isHeavy, paintShapes} from './paint_shapes';
+import type {Layer, Shapes} from './model';
+import {isHeavy, paintShapes, sideOf} from './paint_shapes';
 import {project} from './plane';
+import {takeStray} from './stray';
 
 /** Red, green, blue and opacity of each cell, the northern row first. */
 export function pixelsOf({columns, rows}: {columns: number; rows: number}, values: Float64Array): Uint8ClampedArray<ArrayBuffer> {
@@ -20,14 +21,25 @@ export function pixelsOf({columns, rows}: {columns: number; rows: number}, value
   return pixels;
 }
 
-export async function paint(layer: Layer): Promise<void> {
-  const {grid, channels, shapes} = layer;
-  if (grid) {
-    for (const channel of channels) {
-      channel.image = await createImageBitmap(new ImageData(pixelsOf(grid, channel.values), grid.columns, grid.rows));
-    }
-    return;
+/** The layers of one file. The coordinates of their shapes change from degrees to the plane. */
+export async function paint(layers: readonly Layer[]): Promise<void> {
+  const heavy = layers.filter(({channels}) => channels.some(isHeavy));
+  const side = sideOf(heavy.reduce((sum, {channels}) => sum + channels.length, 0));
+  for (const layer of layers) {
+    const stray = heavy.includes(layer) ? takeStray(layer) : undefined;
+    projectAll(layer, stray ?? []);
+    if (stray) paintShapes(layer, stray, side);
+    else await paintGrid(layer);
   }
-  for (const each of [...channels.flatMap((channel) => channel.shapes), ...(shapes ? [shapes] : [])]) project(each);
-  if (channels.some(isHeavy)) paintShapes(layer);
+}
+
+function projectAll({channels, shapes}: Layer, stray: readonly Shapes[][]): void {
+  for (const each of [...channels.flatMap((channel) => channel.shapes), ...(shapes ? [shapes] : []), ...stray.flat()]) project(each);
+}
+
+async function paintGrid({grid, channels}: Layer): Promise<void> {
+  if (!grid) return;
+  for (const channel of channels) {
+    channel.image = await createImageBitmap(new ImageData(pixelsOf(grid, channel.values), grid.columns, grid.rows));
+  }
 }

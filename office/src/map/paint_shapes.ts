@@ -5,41 +5,51 @@ import {toPlane} from './plane';
 
 /** The page draws a channel with more points as an image. Lines are drawn faster. */
 const mostPoints = {polygons: 20_000, points: 20_000, lines: 60_000};
-/** Of one image, and of all images of a layer. */
+/** Of one image, and of all images of a file. */
 const longestSide = 4096;
 const mostPixels = longestSide ** 2;
-/** In pixels of the image. A field fills about a fifth of them on the screen. */
-const lineWidth = 12;
+/** Of an image, the share that a line or a point is wide. */
+const lineWidth = 12 / longestSide;
 
-export const isHeavy = ({shapes}: Channel): boolean =>
+export const isHeavy = ({shapes}: Pick<Channel, 'shapes'>): boolean =>
   shapes.reduce((sum, {kind, flat}) => sum + flat.length / 2 / mostPoints[kind], 0) > 1;
 
-/** The shapes are in the plane. The images replace them. */
-export function paintShapes(layer: Layer): void {
+/** The longest side of each image, if the file has so many. */
+export const sideOf = (imageCount: number): number => Math.floor(Math.sqrt(mostPixels / imageCount));
+
+/** The shapes are in the plane. The images replace them; `rest` has the shapes that stay, for each channel. */
+export function paintShapes(layer: Layer, rest: readonly Shapes[][], side: number): void {
   const [west, south, east, north] = layer.extent;
   const spare = Math.max(east - west, north - south) / 100 + 1e-6; // Lines and points at the edge have a width.
   layer.extent = [west - spare, south - spare, east + spare, north + spare];
-  const side = Math.min(longestSide, Math.sqrt(mostPixels / layer.channels.length));
-  for (const channel of layer.channels) {
+  layer.channels.forEach((channel, index) => {
     channel.image = imageOf(channel, layer.extent, side);
-    channel.shapes = [];
-  }
+    channel.shapes = rest[index] ?? [];
+  });
 }
 
 function imageOf({shapes, classes}: Channel, [west, south, east, north]: Extent, side: number): ImageBitmap {
   const [left, bottom] = toPlane([west, south]);
   const [right, top] = toPlane([east, north]);
   const scale = side / Math.max(right - left, top - bottom);
-  const canvas = new OffscreenCanvas(Math.ceil((right - left) * scale), Math.ceil((top - bottom) * scale));
+  const canvas = new OffscreenCanvas(Math.round((right - left) * scale) || 1, Math.round((top - bottom) * scale) || 1);
   const context = canvas.getContext('2d') as OffscreenCanvasRenderingContext2D;
   context.setTransform(canvas.width / (right - left), 0, 0, -canvas.height / (top - bottom), 0, canvas.height);
   context.translate(-left, -bottom);
-  context.lineWidth = (shapes[0]?.kind === 'polygons' ? 1 : lineWidth) / scale;
+  context.lineWidth = widthOf(shapes, canvas) / scale;
   shapes.forEach((each, index) => {
     context.fillStyle = context.strokeStyle = colourOf(index, classes.length);
     paintClass(context, each);
   });
   return canvas.transferToImageBitmap();
+}
+
+/** In pixels. A wider point would cover its neighbours. */
+function widthOf(shapes: readonly Shapes[], {width, height}: OffscreenCanvas): number {
+  const kind = shapes[0]?.kind;
+  const count = shapes.reduce((sum, {flat}) => sum + flat.length / 2, 0);
+  const most = kind === 'polygons' ? 1 : kind === 'points' ? Math.sqrt((width * height) / count) : Infinity;
+  return Math.max(1, Math.min(most, lineWidth * Math.max(width, height)));
 }
 
 function paintClass(context: OffscreenCanvasRenderingContext2D, {kind, flat, partEnds}: Shapes): void {

@@ -13,7 +13,7 @@ addEventListener('message', ({data}: MessageEvent<Question>) => void answer(data
 async function answer({name, file}: Question): Promise<void> {
   try {
     const reading = await read(name, new Uint8Array(await file.arrayBuffer()));
-    for (const layer of reading.layers) await paint(layer);
+    await paint(reading.layers);
     send({reading}, reading.layers.flatMap(belongings));
   } catch (error) {
     send({refusal: error instanceof Refusal ? error.kind : 'damaged'});

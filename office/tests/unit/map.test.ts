@@ -187,7 +187,7 @@ describe('many shapes', () => {
     for (const [count, shapeCount] of [[10, 10], [4001, 0]] as const) {
       const squares = [...Array(count).keys()].map((index) => [5 + index * 1e-5, 51, 5 + (index + 1) * 1e-5, 51.001] as const);
       const layer = first(await read('a.zip', shapefile(squares, squares.map(() => 100))));
-      await paint(layer);
+      await paint([layer]);
       const [{image, shapes}] = layer.channels as [Channel];
       expect([image, shapes.reduce((sum, {partEnds}) => sum + partEnds.length, 0)]).toEqual([shapeCount ? undefined : 'image', shapeCount]);
     }
