@@ -4,7 +4,8 @@ import {followEvents, type ServiceEvent, type StreamEnd, type StreamHandlers} fr
 
 type Message =
   | {kind: 'event'; event: ServiceEvent}
-  | {kind: 'open'}
+  /** The stream has all events after `start`. */
+  | {kind: 'open'; start: string}
   | {kind: 'lost'; pauseMs: number}
   | {kind: 'end'; end: StreamEnd}
   | {kind: 'newcomer'};
@@ -12,6 +13,7 @@ type Message =
 /**
  * Like followEvents, for all tabs with this name of a session. `readCursor` reads the snapshot and returns its cursor; it
  * starts after this tab listens to the others, so that no event is missed. Events may be repeated: skip ids that are known.
+ * If the stream of the other tab starts after this cursor, the cursor is too old.
  */
 export async function shareEvents(session: string, readCursor: () => Promise<string>, handlers: StreamHandlers,
     signal: AbortSignal): Promise<StreamEnd> {
@@ -37,9 +39,10 @@ class Tab {
   private readonly channel: BroadcastChannel;
   /** Whether this tab reads the stream, and the stream is open. */
   private isOpen = false;
-  /** Empty until the snapshot is read. Events wait in `early` until then. */
+  private streamStart = '';
+  /** Empty until the snapshot is read. Messages wait in `early` until then. */
   private lastId = '';
-  private readonly early: ServiceEvent[] = [];
+  private readonly early: Message[] = [];
 
   constructor(name: string, private readonly handlers: StreamHandlers, signal: AbortSignal) {
     this.signal = AbortSignal.any([signal, this.ended.signal]);
@@ -49,16 +52,17 @@ class Tab {
 
   startAfter(cursor: string): void {
     this.lastId = cursor;
-    this.early.splice(0).forEach((event) => this.take(event));
+    this.early.splice(0).forEach((message) => this.hear(message));
     this.post({kind: 'newcomer'});
   }
 
   /** Reads the stream for all tabs, until the stream ends. */
   async lead(): Promise<void> {
-    this.finish(await followEvents(this.lastId, {
+    this.streamStart = this.lastId;
+    this.finish(await followEvents(this.streamStart, {
       onOpen: () => {
         this.isOpen = true;
-        this.post({kind: 'open'});
+        this.postOpen();
         this.handlers.onOpen();
       },
       onEvent: (event) => {
@@ -79,24 +83,23 @@ class Tab {
   }
 
   private hear(message: Message): void {
+    if (this.lastId === '' && message.kind !== 'end') return void this.early.push(message);
     switch (message.kind) {
       case 'event':
         return this.take(message.event);
       case 'open':
-        return this.handlers.onOpen();
+        return Number(message.start) > Number(this.lastId) ? this.finish('cursor-too-old') : this.handlers.onOpen();
       case 'lost':
         return this.handlers.onLost(message.pauseMs);
       case 'end':
         return this.finish(message.end);
       case 'newcomer':
-        if (this.isOpen) this.post({kind: 'open'});
+        if (this.isOpen) this.postOpen();
     }
   }
 
   private take(event: ServiceEvent): void {
-    if (this.lastId === '') {
-      this.early.push(event);
-    } else if (event.id === '' || Number(event.id) > Number(this.lastId)) {
+    if (event.id === '' || Number(event.id) > Number(this.lastId)) {
       this.lastId = event.id || this.lastId;
       this.handlers.onEvent(event);
     }
@@ -105,6 +108,10 @@ class Tab {
   private finish(how: StreamEnd): void {
     this.end = how;
     this.ended.abort();
+  }
+
+  private postOpen(): void {
+    this.post({kind: 'open', start: this.streamStart});
   }
 
   private post(message: Message): void {

@@ -1,6 +1,6 @@
 // Tabs with one event stream for each session.
 import {beforeEach, describe, expect, it, vi} from 'vitest';
-import type {ServiceEvent, StreamHandlers} from '../../src/api/events';
+import type {ServiceEvent, StreamEnd, StreamHandlers} from '../../src/api/events';
 import {shareEvents} from '../../src/api/shared_events';
 
 /** The streams that tabs read themselves, by their cursors. */
@@ -14,17 +14,20 @@ vi.mock('../../src/api/events', () => ({
 
 const held = new Set<string>();
 vi.stubGlobal('navigator', {locks: {
-  request: (name: string, _options: unknown, lead: () => Promise<void>) => {
-    if (held.has(name)) return new Promise(() => undefined);
+  request: (name: string, {signal}: {signal: AbortSignal}, lead: () => Promise<void>) => {
+    if (held.has(name) || signal.aborted) return new Promise((_, reject) => {
+      if (signal.aborted) reject(signal.reason as Error);
+      signal.addEventListener('abort', () => reject(signal.reason as Error));
+    });
     held.add(name);
     return lead();
   },
 }});
 
 /** Opens a tab of the session, whose snapshot has the cursor. */
-function open(session: string, cursor: string, onEvent: (event: ServiceEvent) => void): void {
+function open(session: string, cursor: string | Promise<string>, onEvent: (event: ServiceEvent) => void): Promise<StreamEnd> {
   const handlers = {onOpen: () => undefined, onLost: () => undefined, onEvent};
-  void shareEvents(session, async () => cursor, handlers, new AbortController().signal);
+  return shareEvents(session, async () => cursor, handlers, new AbortController().signal);
 }
 
 describe('the tabs of a browser', () => {
@@ -37,9 +40,9 @@ describe('the tabs of a browser', () => {
     const seen: string[] = [];
     const event = {id: '900', name: 'session-ended', data: {}};
     const shared = new Promise<void>((resolve) => {
-      open('hill', '100', () => seen.push('hill 1'));
-      open('dale', '200', () => seen.push('dale'));
-      open('hill', '300', () => {
+      void open('hill', '100', () => seen.push('hill 1'));
+      void open('dale', '200', () => seen.push('dale'));
+      void open('hill', '300', () => {
         seen.push('hill 2');
         resolve();
       });
@@ -49,5 +52,23 @@ describe('the tabs of a browser', () => {
     streams.get('100')!.onEvent(event);
     await shared;
     expect(seen).toEqual(['hill 1', 'hill 2']);
+  });
+
+  it('read a newer snapshot if another tab follows the stream after theirs', async () => {
+    const event = {id: '106', name: 'file-added', data: {}};
+    let tell: (cursor: string) => void = () => undefined;
+    const slow = open('hill', new Promise((resolve) => {
+      tell = resolve;
+    }), () => undefined);
+    void open('hill', '105', () => undefined);
+    await vi.waitUntil(() => streams.size > 0);
+    const heard = new Promise<void>((resolve) => {
+      void open('hill', '105', () => resolve());
+    });
+    streams.get('105')!.onOpen();
+    streams.get('105')!.onEvent(event);
+    await heard;
+    tell('100');
+    expect(await slow).toBe('cursor-too-old');
   });
 });
