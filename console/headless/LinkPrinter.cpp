@@ -1,5 +1,7 @@
 #include "console/headless/LinkPrinter.h"
 
+#include "console/headless/EnumName.h"
+
 #include <QtCore/QJsonDocument>
 #include <QtCore/QJsonObject>
 #include <QtCore/QLatin1String>
@@ -22,17 +24,11 @@ const std::array<QLatin1String, 2> directionNames = {
 const std::array<QLatin1String, 3> phaseNames = {
     {QLatin1String("moves"), QLatin1String("waits"), QLatin1String("verifies")}};
 
-template <std::size_t count, typename TEnum>
-QString Name(const std::array<QLatin1String, count>& names, TEnum value)
-{
-    return names.at(static_cast<std::size_t>(value));
-}
-
 QJsonObject Describe(const kesdkimpl::TransferStatus& transfer)
 {
     QJsonObject object{
-        {QStringLiteral("direction"), Name(directionNames, transfer.direction)},
-        {QStringLiteral("phase"), Name(phaseNames, transfer.phase)},
+        {QStringLiteral("direction"), EnumName(directionNames, transfer.direction)},
+        {QStringLiteral("phase"), EnumName(phaseNames, transfer.phase)},
         {QStringLiteral("name"), QString::fromStdString(transfer.nameUtf8)},
         {QStringLiteral("done"), static_cast<qint64>(transfer.doneBytes)},
         {QStringLiteral("total"), static_cast<qint64>(transfer.totalBytes)},
@@ -51,8 +47,8 @@ namespace console {
 QByteArray LinkLine(const kesdkimpl::LinkStatus& status)
 {
     QJsonObject object{
-        {QStringLiteral("session"), Name(sessionNames, status.session)},
-        {QStringLiteral("problem"), Name(problemNames, status.problem)},
+        {QStringLiteral("session"), EnumName(sessionNames, status.session)},
+        {QStringLiteral("problem"), EnumName(problemNames, status.problem)},
     };
     if (status.offlineSince) {
         object[QStringLiteral("offlineSince")] = static_cast<qint64>(status.offlineSince->wallS);

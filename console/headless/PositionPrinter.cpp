@@ -1,5 +1,7 @@
 #include "console/headless/PositionPrinter.h"
 
+#include "console/headless/EnumName.h"
+
 #include <QtCore/QJsonDocument>
 #include <QtCore/QJsonObject>
 #include <QtCore/QLatin1String>
@@ -27,17 +29,11 @@ const std::array<QLatin1String, 9> qualityNames = {
      QLatin1String("precise"), QLatin1String("RTK fixed"), QLatin1String("RTK float"),
      QLatin1String("dead reckoning"), QLatin1String("manual"), QLatin1String("simulated")}};
 
-template <std::size_t count, typename TEnum>
-QString Name(const std::array<QLatin1String, count>& names, TEnum value)
-{
-    return names.at(static_cast<std::size_t>(value));
-}
-
 QJsonObject Describe(const TPositionState& state)
 {
     QJsonObject object{
-        {QStringLiteral("state"), Name(stateNames, state.state)},
-        {QStringLiteral("source"), Name(sourceNames, state.source)},
+        {QStringLiteral("state"), EnumName(stateNames, state.state)},
+        {QStringLiteral("source"), EnumName(sourceNames, state.source)},
         {QStringLiteral("gained"), state.gained},
         {QStringLiteral("lost"), state.lost},
         {QStringLiteral("faulty"), static_cast<qint64>(state.counts.Faulty())},
@@ -47,11 +43,11 @@ QJsonObject Describe(const TPositionState& state)
         object[QStringLiteral("longitude")] = state.fix.longitudeDegrees;
         object[QStringLiteral("time")] =
             QStringLiteral("%1").arg(state.fix.utcTime, 9, 'f', 2, QLatin1Char('0'));
-        object[QStringLiteral("quality")] = Name(qualityNames, state.fix.quality);
+        object[QStringLiteral("quality")] = EnumName(qualityNames, state.fix.quality);
         object[QStringLiteral("ageMs")] = static_cast<qint64>(state.ageMs);
     }
     if (state.state == console::EPositionState::eLost) {
-        object[QStringLiteral("reason")] = Name(reasonNames, state.reason);
+        object[QStringLiteral("reason")] = EnumName(reasonNames, state.reason);
     }
     return object;
 }
@@ -73,7 +69,7 @@ QByteArray PositionLine(const TPositionState& state)
 QByteArray PositionLine(const TPositionEvent& event)
 {
     QJsonObject object = Describe(event.state);
-    object[QStringLiteral("change")] = Name(changeNames, event.change);
+    object[QStringLiteral("change")] = EnumName(changeNames, event.change);
     return Line(object);
 }
 

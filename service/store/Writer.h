@@ -32,9 +32,9 @@ public:
     void connect();
 
     /**
-     * Runs the changes in one transaction and sets their results. A change whose rows are locked for
-     * too long fails with StoreBusy; the others are committed. Does not throw. Connects if it has no
-     * connection.
+     * Runs the changes in one transaction and sets their results. A change whose rows are locked
+     * for too long fails with StoreBusy; the others are committed. Does not throw. Connects if it
+     * has no connection.
      */
     void run(const Batch& batch);
 

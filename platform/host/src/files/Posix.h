@@ -16,6 +16,8 @@ namespace hostimpl {
 
 static_assert(sizeof(off_t) == 8, "files may be larger than 2 GiB, also on the 32-bit console");
 
+constexpr mode_t PRIVATE_FOLDER_MODE = 0700;
+
 // Owns an open file.
 class TDescriptor
 {

@@ -17,7 +17,6 @@ using namespace hostimpl;
 // The folder in the staging folder that holds a replaced folder, under its own name, while nothing
 // else is in its place.
 constexpr char ASIDE_NAME[] = "old";
-constexpr mode_t PRIVATE_FOLDER_MODE = 0700;
 
 bool CannotRenameSpecially(int error)
 {

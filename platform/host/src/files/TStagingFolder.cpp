@@ -14,7 +14,6 @@
 namespace {
 
 constexpr char STAGED_NAME[] = "new"; // the folder of the unpacked files
-constexpr mode_t PRIVATE_FOLDER_MODE = 0700;
 constexpr mode_t FOLDER_MODE = 0755;
 constexpr mode_t FILE_MODE = 0644;
 

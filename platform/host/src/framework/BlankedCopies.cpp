@@ -1,6 +1,7 @@
 #include "framework/BlankedCopies.h"
 
 #include "files/Posix.h"
+#include "framework/ConfigFile.h"
 #include "framework/SealedItems.h"
 
 #include <QtCore/QDir>
@@ -16,9 +17,6 @@
 #include <unistd.h>
 
 namespace {
-
-// The host writes no larger files.
-constexpr qint64 LARGEST_FILE_BYTES = Q_INT64_C(16) * 1024 * 1024;
 
 using TRange = std::pair<int, int>; // offset of the first byte, offset behind the last byte
 
@@ -101,7 +99,7 @@ bool BlankSealedItems(const QString& path)
         errno = EACCES;
         return false;
     }
-    const QByteArray text = file.read(LARGEST_FILE_BYTES);
+    const QByteArray text = file.read(LARGEST_CONFIG_FILE_BYTES);
     std::vector<TRange> ranges;
     for (const int item : SEALED_ITEMS) {
         const std::vector<TRange> more = ValuesOf(text, item);

@@ -10,6 +10,7 @@
 
 #include "files/Posix.h"
 #include "framework/BlankedCopies.h"
+#include "framework/SealedItems.h"
 #include "hostimpl/Folders.h"
 
 #include <QtCore/QDataStream>
@@ -29,8 +30,6 @@
 namespace {
 
 constexpr int FILE_VERSION = 1;
-constexpr QDataStream::Version STREAM_VERSION = QDataStream::Qt_5_15;
-constexpr qint64 LARGEST_FILE_BYTES = Q_INT64_C(16) * 1024 * 1024;
 constexpr int MOST_FILES_PUT_ASIDE = 9;
 
 const QLatin1String VERSION_KEY("version");
@@ -53,7 +52,7 @@ QVariant FromText(const QString& typeName, const QString& text)
 QVariant FromStream(const QString& base64)
 {
     QDataStream stream(QByteArray::fromBase64(base64.toLatin1()));
-    stream.setVersion(STREAM_VERSION);
+    stream.setVersion(hostimpl::CONFIG_STREAM_VERSION);
     QVariant value;
     stream >> value;
     return stream.status() == QDataStream::Ok ? value : QVariant();
@@ -69,7 +68,7 @@ QJsonObject ToJson(const QVariant& value)
     }
     QByteArray bytes;
     QDataStream stream(&bytes, QIODevice::WriteOnly);
-    stream.setVersion(STREAM_VERSION);
+    stream.setVersion(hostimpl::CONFIG_STREAM_VERSION);
     stream << value;
     return {{TYPE_KEY, typeName}, {STREAM_KEY, QString::fromLatin1(bytes.toBase64())}};
 }
@@ -149,7 +148,7 @@ EConfigRead ReadConfigFile(const QString& path, TConfigItems& items, QString& er
         errorText = file.errorString();
         return EConfigRead::eUnreadable;
     }
-    if (file.size() > LARGEST_FILE_BYTES) {
+    if (file.size() > LARGEST_CONFIG_FILE_BYTES) {
         errorText = QStringLiteral("it is too large");
         return EConfigRead::eInvalid;
     }

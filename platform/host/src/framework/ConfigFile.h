@@ -10,6 +10,9 @@
 
 namespace hostimpl {
 
+// The host writes no larger files.
+constexpr qint64 LARGEST_CONFIG_FILE_BYTES = Q_INT64_C(16) * 1024 * 1024;
+
 // The file's items. An item is in one of the two maps.
 struct TConfigItems
 {

@@ -3,7 +3,6 @@
 namespace {
 
 constexpr int HOST_SOURCE = 0;
-constexpr int CONSOLE_LOG = 0;
 constexpr int HOST_CATEGORY = 1;
 constexpr int PROBLEM_LEVEL = 1;
 

@@ -7,6 +7,8 @@
 
 namespace hostimpl {
 
+constexpr int CONSOLE_LOG = 0; // the only log
+
 // Writes nothing if the user log does not take such entries. From any thread.
 void ReportToDealer(ConfigManager& config, const QString& problem);
 

@@ -9,7 +9,6 @@
 
 namespace {
 
-constexpr QDataStream::Version STREAM_VERSION = QDataStream::Qt_5_15;
 constexpr int NONCE_BYTES = crypto_aead_xchacha20poly1305_ietf_NPUBBYTES;
 constexpr int TAG_BYTES = crypto_aead_xchacha20poly1305_ietf_ABYTES;
 // Lengths are rounded up to a multiple, so that the file does not show the password's length.
@@ -60,7 +59,7 @@ QByteArray ToPlain(const QVariant& value)
 {
     QByteArray plain;
     QDataStream stream(&plain, QIODevice::WriteOnly);
-    stream.setVersion(STREAM_VERSION);
+    stream.setVersion(hostimpl::CONFIG_STREAM_VERSION);
     stream << value;
     return plain;
 }
@@ -69,7 +68,7 @@ QByteArray ToPlain(const QVariant& value)
 QVariant FromPlain(const QByteArray& plain)
 {
     QDataStream stream(plain);
-    stream.setVersion(STREAM_VERSION);
+    stream.setVersion(hostimpl::CONFIG_STREAM_VERSION);
     QVariant value;
     stream >> value;
     return stream.status() == QDataStream::Ok ? value : QVariant();

@@ -4,9 +4,13 @@
 #include "framework/TSecretKey.h"
 
 #include <QtCore/QByteArray>
+#include <QtCore/QDataStream>
 #include <QtCore/QVariant>
 
 namespace hostimpl {
+
+// The format of values in the configuration file.
+constexpr QDataStream::Version CONFIG_STREAM_VERSION = QDataStream::Qt_5_15;
 
 // The items that the configuration file holds only in sealed form.
 constexpr int SEALED_ITEMS[] = {

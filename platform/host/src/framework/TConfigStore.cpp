@@ -16,7 +16,6 @@
 
 namespace {
 
-constexpr int CONSOLE_LOG = 0;            // the only log
 constexpr int DEFAULT_USER_LOG_LEVEL = 8; // the user log takes entries of this level and below
 
 QString KeyPath(const QString& path)
