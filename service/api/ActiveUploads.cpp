@@ -29,10 +29,9 @@ Async<std::shared_ptr<ActiveUploads::Hold>> ActiveUploads::take(std::string id,
                 entries_[id] = Entry{hold, body.executor(), number, {}};
                 co_return hold;
             }
-            stopOlder(found->second, number, body);
         }
-        StartOperation start = [this, &id](std::function<void()> done) {
-            waitForRelease(id, std::move(done));
+        StartOperation start = [this, &id, number, &body](std::function<void()> done) {
+            waitForRelease(id, number, body, std::move(done));
         };
         co_await awaitOperation(std::move(start));
     }
@@ -59,12 +58,14 @@ bool ActiveUploads::isHeld(const std::string& id) const
     return entries_.contains(id);
 }
 
-void ActiveUploads::waitForRelease(const std::string& id, std::function<void()> done)
+void ActiveUploads::waitForRelease(const std::string& id, std::uint64_t number,
+                                   http::BodyReader& body, std::function<void()> done)
 {
     {
         const std::lock_guard lock(mutex_);
         const auto found = entries_.find(id);
         if (found != entries_.end()) {
+            stopOlder(found->second, number, body);
             found->second.waiters.push_back(std::move(done));
             return;
         }

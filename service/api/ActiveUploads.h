@@ -58,7 +58,8 @@ private:
     };
 
     static void stopOlder(const Entry& entry, std::uint64_t number, http::BodyReader& body);
-    void waitForRelease(const std::string& id, std::function<void()> done);
+    void waitForRelease(const std::string& id, std::uint64_t number, http::BodyReader& body,
+                        std::function<void()> done);
     void release(const std::string& id);
 
     std::atomic<std::uint64_t> requests_ = 0; // a newer request has a higher number

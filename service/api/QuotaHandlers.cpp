@@ -85,7 +85,7 @@ Async<Response> getUsage(Context& context, Request& request)
         answer.close();
         return answer.toResponse();
     };
-    co_return co_await context.database.read(query);
+    co_return co_await context.database.read(query, id);
 }
 
 Async<Response> listUsage(Context& context, Request& request)

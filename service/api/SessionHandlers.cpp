@@ -6,6 +6,7 @@
 #include "service/api/JsonAnswer.h"
 #include "service/api/UserFields.h"
 #include "service/base/Digest.h"
+#include "service/base/Log.h"
 #include "service/base/Time.h"
 #include "service/http/Problem.h"
 #include "service/http/Router.h"
@@ -79,7 +80,11 @@ Async<Response> logIn(Context& context, Request& request)
     document["expires_at"] = rfc3339(login.session.expiresMs);
     Response response = Response::json(document, 201);
     if (kind == accounts::ESessionKind::Browser) {
-        co_await endReplacedSession(context, request);
+        try {
+            co_await endReplacedSession(context, request);
+        } catch (const std::exception& error) {
+            logWarning("session-not-replaced", error.what()); // the login has happened
+        }
         response.with("Set-Cookie", accounts::sessionCookie(login.token));
     }
     co_return response;

@@ -1,6 +1,10 @@
 #include "service/maintenance/DatabaseChecks.h"
 
+#include "service/store/Dialect.h"
+
 #include <soci/soci.h>
+
+#include <string>
 
 namespace kelvo::maintenance {
 
@@ -100,6 +104,7 @@ void allowLongStatements(soci::session& sql)
 {
     sql << "SET LOCAL statement_timeout = 0";
     sql << "SET LOCAL idle_in_transaction_session_timeout = 0";
+    sql << std::string("SET LOCAL application_name = '") + store::unlimitedWork + "'";
 }
 
 std::vector<std::string> checkDatabase(soci::session& sql)

@@ -101,6 +101,12 @@ public:
 };
 
 /**
+ * A program sets application_name to it for a transaction in which a statement may take longer than
+ * the limits of the service. PostgreSQL tells the program the name that is in force.
+ */
+inline constexpr const char* unlimitedWork = "kelvo-service: long work";
+
+/**
  * The service's database file, with a write-ahead log and every commit synced. On a file system
  * without shared memory it keeps a rollback journal: the log gets a warning, and commits may wait
  * for readers. Only the service's writer may write to it.

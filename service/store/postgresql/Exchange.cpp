@@ -2,6 +2,7 @@
 
 #include "service/store/Errors.h"
 
+#include <algorithm>
 #include <array>
 #include <string_view>
 
@@ -14,19 +15,25 @@ namespace {
 
 using Steady = std::chrono::steady_clock;
 
+constexpr long long longestPollMs = 60'000;
+
 [[noreturn]] void lose(PGconn& connection)
 {
     ::shutdown(PQsocket(&connection), SHUT_RDWR);
     throw ConnectionLost();
 }
 
+/** Returns also without input, after a time. */
 void awaitInput(PGconn& connection, Steady::time_point end)
 {
     const auto left =
         std::chrono::duration_cast<std::chrono::milliseconds>(end - Steady::now()).count();
     pollfd socket{PQsocket(&connection), POLLIN, 0};
-    if (left <= 0 || socket.fd < 0 || ::poll(&socket, 1, static_cast<int>(left)) == 0) {
+    if (left <= 0 || socket.fd < 0) {
         lose(connection);
+    }
+    if (::poll(&socket, 1, static_cast<int>(std::min<long long>(left, longestPollMs))) == 0) {
+        return;
     }
     if (PQconsumeInput(&connection) != 1) {
         lose(connection);

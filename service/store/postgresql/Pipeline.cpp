@@ -1,10 +1,16 @@
 #include "service/store/postgresql/Pipeline.h"
 
+#include "service/store/Dialect.h"
+
 #include <soci/postgresql/soci-postgresql.h>
+
+#include <string_view>
 
 namespace kelvo::store {
 
 namespace {
+
+using Steady = std::chrono::steady_clock;
 
 constexpr const char* noState = "     "; // the connection is lost
 
@@ -96,6 +102,9 @@ Result Pipeline::next()
 /** The result of one statement. */
 Result Pipeline::receive(const Sent& sent)
 {
+    const char* name = PQparameterStatus(&connection_, "application_name");
+    const bool isUnlimited = name != nullptr && std::string_view(name) == unlimitedWork;
+    end_ = isUnlimited ? Steady::time_point::max() : Steady::now() + answerLimit;
     Result result = next();
     if (!result) {
         lose();
@@ -115,7 +124,6 @@ Result Pipeline::flush()
     }
     const std::vector<Sent> all = std::exchange(sent_, {});
     require(PQpipelineSync(&connection_));
-    end_ = std::chrono::steady_clock::now() + answerLimit;
     Result last;
     Result failure;
     for (const Sent& sent : all) {

@@ -18,7 +18,8 @@ struct Statement
 };
 
 /**
- * Errors: soci::postgresql_soci_error, also if the server does not answer within answerLimit.
+ * Errors: soci::postgresql_soci_error, also if the server does not answer a statement within
+ * answerLimit. There is no limit while the connection's application_name is unlimitedWork.
  * Thread: one at a time.
  */
 class Pipeline
@@ -62,7 +63,7 @@ private:
 
     PGconn& connection_;
     std::vector<Sent> sent_;
-    std::chrono::steady_clock::time_point end_;          // of the wait for the answers
+    std::chrono::steady_clock::time_point end_;          // of the wait for the present answer
     std::unordered_map<std::string, std::string> names_; // by text; empty: run once before
     std::size_t prepared_ = 0;
 };
