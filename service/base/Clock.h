@@ -7,8 +7,8 @@
 namespace kelvo {
 
 /**
- * The time by which data expires. The functions that remove, refuse or hide data by its age take
- * this type, so the machine's time does not pass for it by mistake.
+ * The time by which data expires. The functions that remove, refuse or hide sessions and uploads by
+ * their age take this type, so the machine's time does not pass for it by mistake.
  */
 struct ExpiryTime
 {

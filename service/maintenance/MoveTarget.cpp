@@ -24,10 +24,12 @@ bool hasColumn(soci::session& sql, const std::string& table, const std::string& 
     return found > 0;
 }
 
+/** A killed process may have left only the table `writers`: a connection makes it at once. */
 bool hasTables(soci::session& sql)
 {
     int tables = 0;
-    sql << "SELECT COUNT(*) FROM information_schema.tables WHERE table_schema = current_schema()",
+    sql << "SELECT COUNT(*) FROM information_schema.tables"
+           " WHERE table_schema = current_schema() AND table_name <> 'writers'",
         soci::into(tables);
     return tables > 0;
 }

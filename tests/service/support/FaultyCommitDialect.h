@@ -15,7 +15,7 @@ namespace kelvo::test {
 /** Shared by a test and its database. Thread safe. */
 struct CommitFault
 {
-    std::atomic<bool> failNext{false}; // the next COMMIT succeeds, but is reported as failed
+    std::atomic<bool> failNext{false}; // the next change is committed, but reported as failed
 };
 
 class FaultyCommitDialect final : public DialectAround
@@ -25,17 +25,16 @@ public:
         : DialectAround(std::move(real)), fault_(std::move(fault))
     {}
 
-    std::unique_ptr<soci::session> connect() const override
+    std::unique_ptr<soci::session> connect() const override { return connectInner(); }
+
+    void commit(soci::session& sql, const std::string& transaction,
+                const std::string& notice) const override
     {
-        auto session = connectInner();
-        session->set_query_transformation(
-            [fault = fault_, raw = session.get()](const std::string& query) {
-                if (query == "COMMIT" && fault->failNext.exchange(false)) {
-                    *raw << query;
-                }
-                return query; // a second COMMIT finds no transaction, so it fails
-            });
-        return session;
+        if (fault_->failNext.exchange(false)) {
+            sql << "COMMIT";
+        }
+        // A second COMMIT finds no transaction, so it fails.
+        DialectAround::commit(sql, transaction, notice);
     }
 
 private:
