@@ -43,8 +43,7 @@ Async<void> endByLogOut(Context& context, const Request& request, const store::S
     context.broker.endSession(session.tokenHash, "logged-out");
 }
 
-/** The answer replaces the browser's cookie. After that, nobody could end the session of the old
- * cookie. */
+/** The answer replaces the browser's cookie, so nobody could end the old session later. */
 Async<void> endReplacedSession(Context& context, const Request& request)
 {
     const std::string hash = sha256Hex(accounts::cookieToken(request));

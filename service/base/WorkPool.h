@@ -19,7 +19,7 @@ namespace kelvo {
 /**
  * Runs blocking work beside the I/O threads. Clients take turns, so a client with much work delays
  * the work of another client by one of its jobs only. The work of one client runs in the order of
- * its arrival; client 0 stands for all that share a queue. Thread: post and run may be called from
+ * its arrival. Work without a client shares one queue. Thread: post and run may be called from
  * any thread; work runs on the pool's threads. Ownership: outlives every coroutine
  * that awaits it; the destructor finishes the queued work.
  */
