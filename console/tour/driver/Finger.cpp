@@ -17,6 +17,8 @@
 
 namespace {
 
+constexpr int focusLimitMs = 10'000;
+
 [[noreturn]] void Refuse(const QString& text)
 {
     throw std::runtime_error(text.toStdString());
@@ -118,6 +120,9 @@ void TypeInto(const QWidget& window, const QString& rowName, const QString& text
         Refuse(QStringLiteral("%1 takes no text").arg(rowName));
     }
     Touch(*edit, edit->rect().center(), rowName);
+    // The display may not have given the focus to a new window yet.
+    static_cast<void>(
+        QTest::qWaitFor([] { return QApplication::focusWidget() != nullptr; }, focusLimitMs));
     EnterText(text);
     QTest::keyClick(edit, Qt::Key_Escape); // Return would go on to the next row
 }
