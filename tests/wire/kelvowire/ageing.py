@@ -2,14 +2,15 @@
 
 import sqlite3
 
+from .http import metrics
 from .service import confirm_clock
 
 DAY_MS = 24 * 3600 * 1000
 
 
 def let_pass(service, days):
-    """Stops the service, moves all times in its database (columns named …_ms) into the past, confirms the clock, and
-    starts it again.
+    """Stops the service, moves all times in its database (columns named …_ms) into the past, confirms the clock,
+    starts it again, and waits for its first clean-up.
     """
     service.stop()
     moved = 0
@@ -24,3 +25,5 @@ def let_pass(service, days):
         raise AssertionError("the database has no times to move")
     confirm_clock(service)
     service.start()
+    while "\nkelvo_cleanups_total 0" in metrics(service)[1]:
+        pass
