@@ -8,12 +8,6 @@ export CMAKE_BUILD_PARALLEL_LEVEL
 # A clone in another folder uses the same cache entries.
 export CCACHE_BASEDIR=$PWD CCACHE_NOHASHDIR=1
 
-# locked PRESET COMMAND [ARGUMENT...]: legs that run at the same time may configure and build the same preset.
-locked() {
-    mkdir -p "build/$1"
-    flock "build/$1/lock" "${@:2}"
-}
-
 # configure PRESET [CMAKE-ARGUMENT...]: passes on the caller's KELVO_TEST_DATA, if it is set
 configure() {
     local preset=$1
@@ -23,7 +17,7 @@ configure() {
     fi
     # The output is shown only after an error.
     mkdir -p "build/$preset"
-    if ! locked "$preset" cmake --preset "$preset" "$@" >"build/$preset/configure.log" 2>&1; then
+    if ! cmake --preset "$preset" "$@" >"build/$preset/configure.log" 2>&1; then
         cat "build/$preset/configure.log" >&2
         return 1
     fi
@@ -52,7 +46,7 @@ build() {
     if (($# > 0)); then
         set -- --target "$@"
     fi
-    locked "$preset" cmake --build --preset "$preset" "$@"
+    cmake --build --preset "$preset" "$@"
 }
 
 # build_shipped PRESET [TARGET...]: builds the programs and libraries that the preset installs, and the targets,

@@ -227,22 +227,13 @@ leg_lint() {
     echo "$(grep -c '^clang-tidy' build/lint/tidy.log) files have no findings"
 }
 
-# prepare_beside_tests GROUP...: builds the leg tsan's Qt while the tests of the legs before it wait for links and clocks.
+# prepare_beside_tests LEG...: builds the leg tsan's Qt while the tests of the legs before it wait for links and clocks.
 # The leg waits for the end of this build.
 prepare_beside_tests() {
-    if [[ " ${*:2} " == *[\ +]tsan[\ +]* ]]; then
-        in_background build/tsan-qt.log nice -n 19 scripts/tsan-qt
+    if [[ " ${*:2} " == *' tsan '* ]]; then
+        nice -n 19 scripts/tsan-qt >build/tsan-qt.log 2>&1 &
+        trap 'jobs -pr | xargs -r kill 2>/dev/null || true' EXIT
     fi
-}
-
-# in_background LOG COMMAND [ARGUMENT...]: with job control, because a background process without it ignores SIGINT, and
-# so do all processes that it starts
-in_background() {
-    local log=$1
-    shift
-    set -m
-    "$@" >"$log" 2>&1 &
-    set +m
 }
 
 # run_leg LEG: in a new shell, because inside an `if` a function does not stop at errors
@@ -257,39 +248,17 @@ run_leg() {
     return "$status"
 }
 
-# run_group LEG+LEG...: runs the legs at the same time. Their output follows when they have ended.
-run_group() {
-    local leg status=0
-    local -A processes=()
-    echo "== $1, at the same time"
-    for leg in ${1//+/ }; do
-        in_background "build/legs/$leg.log" run_leg "$leg"
-        processes[$leg]=$!
-    done
-    for leg in ${1//+/ }; do
-        wait "${processes[$leg]}" || status=1
-        cat "build/legs/$leg.log"
-    done
-    return "$status"
-}
-
-# run_legs GROUP...: a group is a leg, or several legs joined by "+". Runs all groups, also after a failed leg, and then
-# fails if a leg failed. The last lines are the closing lines of the legs, which run_legs finds by their words.
+# run_legs LEG...: runs all legs, also after a failed leg, and then fails if a leg failed. build/legs has the output of
+# each. The last lines are the closing lines of the legs, which run_legs finds by their words.
 run_legs() {
-    local group leg legs=("${@//+/ }") closing status=0
+    local leg closing status=0
     mkdir -p build/legs
-    trap 'jobs -pr | xargs -r -I % kill -- -% 2>/dev/null || true' EXIT
     prepare_beside_tests "$@"
-    for group in "$@"; do
-        if [[ $group == *+* ]]; then
-            run_group "$group" || status=1
-        else
-            run_leg "$group" 2>&1 | tee "build/legs/$group.log" || status=1
-        fi
+    for leg in "$@"; do
+        run_leg "$leg" 2>&1 | tee "build/legs/$leg.log" || status=1
     done
     echo
-    # shellcheck disable=SC2048 # One word for each leg.
-    for leg in ${legs[*]}; do
+    for leg in "$@"; do
         closing=$(grep -a -E '% tests passed|^[0-9]+ (files|fuzzers|tests|of [0-9]+ (rounds|mutants)) ' "build/legs/$leg.log" |
             tail -n 1 || echo 'did not finish')
         echo "$leg: $closing"

@@ -43,7 +43,7 @@ Async<void> endByLogOut(Context& context, const Request& request, const store::S
     context.broker.endSession(session.tokenHash, "logged-out");
 }
 
-/** The answer replaces the browser's cookie, so nobody could end the old session later. */
+/** Ends the session of the cookie that this login replaces: the browser forgets its token. */
 Async<void> endReplacedSession(Context& context, const Request& request)
 {
     const std::string hash = sha256Hex(accounts::cookieToken(request));

@@ -3,7 +3,7 @@ import type {HttpResponse} from 'tus-js-client';
 import {client, documentOf, ServiceError} from '../api/client';
 
 export type Difference =
-  /** One of the two SHA-256 is missing. The copy stays. */
+  /** The service or the page gave no SHA-256. The copy stays. */
   | {kind: 'notCompared'}
   /** The two SHA-256 differ, and the page has deleted the copy. */
   | {kind: 'changed'}

@@ -1,4 +1,4 @@
-// What the window shows of the plug-in's operations: progress, unpacking, outcomes.
+// The window shows the progress, the unpacking and the outcome of the plug-in's operations.
 #include "console/window/TSessionFixture.h"
 #include "console/window/TStatusBar.h"
 #include "core/TKelvoInterface.h"
