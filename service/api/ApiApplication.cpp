@@ -84,6 +84,8 @@ Async<http::Response> ApiApplication::route(http::Request& request)
     } catch (const store::UnstorableText&) {
         throw Problem(EProblem::MalformedRequest,
                       "A text has the character NUL, is not UTF-8 or is too long.");
+    } catch (const store::SessionEnded&) {
+        throw Problem(EProblem::Unauthenticated, "The session has ended.");
     } catch (const store::TooManyReported&) {
         throw Problem(EProblem::Unprocessable,
                       "The farm or the user has too many consoles or devices.");

@@ -23,6 +23,9 @@ Id consoleOfSession(soci::session& sql, const std::string& tokenHash)
     Id console = 0;
     sql << "SELECT COALESCE(console_id, 0) FROM sessions WHERE token_hash = :hash", into(console),
         use(tokenHash);
+    if (!sql.got_data()) {
+        throw SessionEnded();
+    }
     return console;
 }
 

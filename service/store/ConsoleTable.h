@@ -24,7 +24,7 @@ inline constexpr long long maxConsolesOfAUser = 250;
  * identifies the console, for all its users. Without an address the session stays at its console.
  * If the session has no console yet, its user identifies the console. Adds an unknown console. The
  * session's user becomes the console's operator. Throws TooManyReported if a new console exceeds
- * the limit.
+ * the limit, and SessionEnded: a report on another connection than the logout can come after it.
  */
 Id bindConsole(Transaction& transaction, const Session& session,
                const std::string& hardwareAddress);

@@ -41,6 +41,13 @@ public:
     OutOfIds() : std::runtime_error("no ids are left") {}
 };
 
+/** The caller's session ended after the request was authenticated. Nothing was changed. */
+class SessionEnded : public std::runtime_error
+{
+public:
+    SessionEnded() : std::runtime_error("the session has ended") {}
+};
+
 /** A farm has the largest number of consoles or devices. Nothing was changed. */
 class TooManyReported : public std::runtime_error
 {

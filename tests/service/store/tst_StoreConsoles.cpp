@@ -98,6 +98,16 @@ TEST_P(StoreConsoles, TheUserIdentifiesAConsoleWithoutAnAddress)
     EXPECT_EQ(consoles()[0].hardwareAddress, "");
 }
 
+TEST_P(StoreConsoles, RefuseAReportAfterTheSessionsEnd)
+{
+    const store::Session session = logIn(olga, "a");
+    report(session, "00:1b");
+    write([&](Transaction& t) { store::removeSession(t, session.tokenHash); });
+    EXPECT_THROW(report(session, ""), store::SessionEnded);
+    EXPECT_THROW(report(session, "00:1c"), store::SessionEnded);
+    EXPECT_EQ(consoles().size(), 1U);
+}
+
 TEST_P(StoreConsoles, KeepTheLastAddressOfASession)
 {
     const store::Session session = logIn(olga, "a");

@@ -32,8 +32,13 @@ protected:
 
     store::Id addConsole(const std::string& address)
     {
-        const store::Session session{"hash of no session", user, now};
-        return write([&](Transaction& t) { return store::bindConsole(t, session, address); });
+        const store::Session session{"hash of " + address, user, now + 1000};
+        return write([&](Transaction& t) {
+            store::addSession(t, session.tokenHash, user.id, now, session.expiresMs);
+            const store::Id console = store::bindConsole(t, session, address);
+            store::removeSession(t, session.tokenHash);
+            return console;
+        });
     }
 
     store::Id addFile(const std::string& name)
