@@ -137,7 +137,9 @@ TEST_P(Contract, ATransferTellsThatItsSessionEnded)
 {
     LogIn();
     const std::int64_t inbox = MakeInbox(L"Curves");
-    const std::int64_t file = backend->PutFile(inbox, L"map.zip", "a map");
+    // A small file can arrive before the check runs.
+    const std::string content(8U << 20U, 'm');
+    const std::int64_t file = backend->PutFile(inbox, L"map.zip", content);
     ASSERT_TRUE(WaitForChange(inbox, file));
     connection->SetAbortCheck([this] {
         backend->EndSession();
