@@ -1,44 +1,37 @@
 #include "service/api/Gzip.h"
 
-#include <zlib.h>
+#include <isa-l/igzip_lib.h>
 
 #include <array>
 #include <stdexcept>
 
 namespace kelvo::api {
 
-/**
- * Tuned for lists of files. Half of a list is digests, whose digits cost less than the short
- * matches that Z_FILTERED leaves out. A record is like the record before it, so the first candidate
- * of a match is good enough.
- */
-Gzip::Gzip() : stream_(new z_stream{})
+/** Level 0 packs half as well, level 3 takes twice as long. */
+Gzip::Gzip() : levelBuffer_(ISAL_DEF_LVL1_DEFAULT), stream_(new isal_zstream{})
 {
-    static constexpr int gzipWindow = 15 + 16;
-    static constexpr int goodMatch = 32;
-    static constexpr int longestMatch = 258;
-    static constexpr int candidates = 1;
-    if (deflateInit2(stream_.get(), 4, Z_DEFLATED, gzipWindow, 8, Z_FILTERED) != Z_OK ||
-        deflateTune(stream_.get(), goodMatch, goodMatch, longestMatch, candidates) != Z_OK) {
-        throw std::runtime_error("gzip failed");
-    }
+    isal_deflate_init(stream_.get());
+    stream_->level = 1;
+    stream_->level_buf = levelBuffer_.data();
+    stream_->level_buf_size = static_cast<std::uint32_t>(levelBuffer_.size());
+    stream_->gzip_flag = IGZIP_GZIP;
 }
 
-void Gzip::Free::operator()(z_stream_s* stream) const
+void Gzip::Free::operator()(isal_zstream* stream) const
 {
-    deflateEnd(stream);
     delete stream;
 }
 
 void Gzip::add(std::string_view text, bool isLast, std::string& packed)
 {
-    stream_->next_in = reinterpret_cast<Bytef*>(const_cast<char*>(text.data()));
-    stream_->avail_in = static_cast<uInt>(text.size());
+    stream_->next_in = reinterpret_cast<std::uint8_t*>(const_cast<char*>(text.data()));
+    stream_->avail_in = static_cast<std::uint32_t>(text.size());
+    stream_->end_of_stream = isLast ? 1 : 0;
     std::array<char, 4096> out;
     do {
-        stream_->next_out = reinterpret_cast<Bytef*>(out.data());
-        stream_->avail_out = static_cast<uInt>(out.size());
-        if (deflate(stream_.get(), isLast ? Z_FINISH : Z_NO_FLUSH) == Z_STREAM_ERROR) {
+        stream_->next_out = reinterpret_cast<std::uint8_t*>(out.data());
+        stream_->avail_out = static_cast<std::uint32_t>(out.size());
+        if (isal_deflate(stream_.get()) != COMP_OK) {
             throw std::runtime_error("gzip failed");
         }
         packed.append(out.data(), out.size() - stream_->avail_out);

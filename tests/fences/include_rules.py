@@ -27,6 +27,7 @@ LIBRARIES = {
     "archive": ("archive.h", "archive_entry.h"),
     "deflate": ("libdeflate.h",),
     "zlib": ("zlib.h", "zconf.h"),
+    "isal": ("isa-l/",),
     "gtest": ("gtest/", "gmock/"),
 }
 
@@ -117,11 +118,11 @@ RULES = (
          ["boost", "sodium"]),
     Rule("service/api",
          ["service/accounts", "service/content", "service/events", "service/http",
-          "service/metrics", "service/store", "service/base"], [], ["boost", "json", "zlib"]),
+          "service/metrics", "service/store", "service/base"], [], ["boost", "json", "isal"]),
     Rule("service/kelvoctl", ["service/base"], [], ["cli11", "curl", "json"]),
     Rule("service", [], [],
          ["boost", "openssl", "soci", "sodium", "json", "spdlog", "cli11", "curl", "sqlite",
-          "postgresql", "zlib"]),
+          "postgresql", "isal"]),
     Rule("tools/herd", [], [], ["boost", "openssl", "json", "cli11", "zlib"]),
 )
 
