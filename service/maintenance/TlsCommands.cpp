@@ -17,7 +17,7 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr int endsSoon = 1;
-constexpr std::int64_t soonS = 30 * 24 * 3600;
+constexpr std::int64_t soonS = 30 * tls::dayS;
 
 /** Prints a line for each certificate of the file. Returns whether all are valid for 30 days. */
 bool show(const char* kind, const fs::path& file, std::int64_t nowS)
