@@ -86,7 +86,7 @@ struct TFolderCounter::TShared
             lock.unlock();
             TFolderFigures figures = count(isStopped);
             lock.lock();
-            result = std::move(figures);
+            result = figures;
         }
         hasEnded = true;
         changed.notify_all();
