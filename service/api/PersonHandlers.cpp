@@ -13,8 +13,10 @@
 #include "service/http/Router.h"
 #include "service/store/FileTable.h"
 #include "service/store/InboxTable.h"
+#include "service/store/LoginPlaceTable.h"
 #include "service/store/PersonTable.h"
 #include "service/store/SessionTable.h"
+#include "service/store/UploadTable.h"
 #include "service/store/UserTable.h"
 
 #include <algorithm>
@@ -185,6 +187,29 @@ Async<Response> deleteUser(Context& context, Request& request)
     co_return Response::noContent();
 }
 
+void addFiles(soci::session& sql, const store::User& user, JsonAnswer& answer)
+{
+    const std::vector<store::Inbox> inboxes = store::inboxesOf(sql, user);
+    answer.nextList("inboxes");
+    for (const store::Inbox& inbox : inboxes) {
+        Snapshot(sql, user, answer).addInbox(inbox);
+    }
+    answer.nextList("bin");
+    for (const store::Inbox& inbox : inboxes) {
+        store::binOf(sql, user.farmId(), {.inbox = inbox.id}, [&](const store::BinnedFile& file) {
+            answer.add(toJson(file));
+            return true;
+        });
+    }
+    answer.nextList("uploads");
+    store::eachUnfinishedUploadOf(sql, user, [&](const store::Upload& upload) {
+        answer.add({{"name", upload.name},
+                    {"targets", upload.targets},
+                    {"created_at", rfc3339(upload.createdMs)},
+                    {"expires_at", rfc3339(upload.expiresMs)}});
+    });
+}
+
 Async<Response> exportUser(Context& context, Request& request)
 {
     const store::Session session = co_await context.accounts.authenticate(request);
@@ -197,10 +222,11 @@ Async<Response> exportUser(Context& context, Request& request)
         store::eachSessionOf(sql, id, now, [&](const store::SessionInfo& info) {
             answer.add(toJson(info, session.tokenHash));
         });
-        answer.nextList("inboxes");
-        for (const store::Inbox& inbox : store::inboxesOf(sql, user)) {
-            Snapshot(sql, user, answer).addInbox(inbox);
-        }
+        answer.nextList("networks");
+        store::eachLoginPlaceOf(sql, id, [&](const std::string& network, long long lastMs) {
+            answer.add({{"network", network}, {"last_login_at", rfc3339(lastMs)}});
+        });
+        addFiles(sql, user, answer);
         answer.close();
         return answer.toResponse();
     };

@@ -17,6 +17,21 @@ bool isLoginPlace(soci::session& sql, Id user, const std::string& network, long 
     return count > 0;
 }
 
+void eachLoginPlaceOf(soci::session& sql, Id user,
+                      const std::function<void(const std::string&, long long)>& visit)
+{
+    std::string network;
+    long long lastMs = 0;
+    soci::statement query =
+        (sql.prepare << "SELECT network, last_ms FROM login_places WHERE user_id = :user"
+                        " ORDER BY last_ms DESC, network",
+         into(network), into(lastMs), use(user));
+    query.execute();
+    while (query.fetch()) {
+        visit(network, lastMs);
+    }
+}
+
 void addLoginPlace(Transaction& transaction, Id user, const std::string& network, long long nowMs)
 {
     soci::session& sql = transaction.sql;

@@ -4,6 +4,7 @@
 #include "service/store/Database.h"
 #include "service/store/Records.h"
 
+#include <functional>
 #include <string>
 
 namespace kelvo::store {
@@ -13,6 +14,10 @@ inline constexpr int maxLoginPlaces = 20;
 
 /** Whether the user has logged in from the network at this time or later. */
 bool isLoginPlace(soci::session& sql, Id user, const std::string& network, long long sinceMs);
+
+/** The networks of the user, each with the time of its last login, the latest first. */
+void eachLoginPlaceOf(soci::session& sql, Id user,
+                      const std::function<void(const std::string&, long long)>& visit);
 
 /** Records a login. */
 void addLoginPlace(Transaction& transaction, Id user, const std::string& network, long long nowMs);

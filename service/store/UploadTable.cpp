@@ -183,6 +183,23 @@ bool removeUnfinishedUpload(Transaction& transaction, const std::string& id)
     return changesARow(change);
 }
 
+void eachUnfinishedUploadOf(soci::session& sql, const User& user,
+                            const std::function<void(const Upload&)>& visit)
+{
+    UploadRow row;
+    const Id farm = user.farmId();
+    soci::statement query =
+        (intoUpload(sql.prepare << selectUploads
+                                << " WHERE farm_id = :farm AND user_id = :user AND finished = 0"
+                                   " ORDER BY created_ms, id",
+                    row),
+         use(farm), use(user.id));
+    query.execute();
+    while (query.fetch()) {
+        visit(row.take());
+    }
+}
+
 std::vector<std::string> expiredUploads(soci::session& sql, ExpiryTime now)
 {
     std::string id;

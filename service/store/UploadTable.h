@@ -5,6 +5,7 @@
 #include "service/store/Database.h"
 #include "service/store/Records.h"
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -40,6 +41,10 @@ bool setClaimedBytes(Transaction& transaction, const std::string& id, long long 
 
 /** False if the upload is finished or missing. */
 bool removeUnfinishedUpload(Transaction& transaction, const std::string& id);
+
+/** In the order of their begin. */
+void eachUnfinishedUploadOf(soci::session& sql, const User& user,
+                            const std::function<void(const Upload&)>& visit);
 
 /** Unfinished uploads that have expired. */
 std::vector<std::string> expiredUploads(soci::session& sql, ExpiryTime now);

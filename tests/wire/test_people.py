@@ -234,7 +234,13 @@ class Person(PeopleTest):
     def test_the_export_has_files_sessions_and_positions(self):
         user = self.add("egon").json()["id"]
         egon = self.user("egon")
-        egon.put("mine.zip", [make_inbox(egon)], b"mine")
+        inbox = make_inbox(egon)
+        egon.put("mine.zip", [inbox], b"mine")
+        binned = egon.put("old.zip", [inbox], b"old")[0]["id"]
+        egon.delete(f"/resources/{binned}")
+        egon.create("half.zip", [inbox], 5)
+        anna = self.user("anna")
+        anna.create("to egon.zip", [inbox], 5)
         self.report(egon, 3)
         self.report(self.user("piet"), 1)
         for client in (egon, self.anna, self.admin):
@@ -242,6 +248,9 @@ class Person(PeopleTest):
             self.assertEqual(document["user"]["name"], "egon")
             self.assertEqual([entry["name"] for inbox in document["inboxes"] for entry in inbox["entries"]], ["mine.zip"])
             self.assertEqual([one["current"] for one in document["sessions"]], [client is egon])
+            self.assertEqual([one["network"] for one in document["networks"]], ["127.0.0.0"])
+            self.assertEqual([file["name"] for file in document["bin"]], ["old.zip"])
+            self.assertEqual([(one["name"], one["targets"]) for one in document["uploads"]], [("half.zip", [inbox])])
             page = client.get(f"/users/{user}/track?limit=2")
             rest = client.get(page.headers["Link"].split(">")[0][1:])
             self.assertEqual([point["latitude"] for answer in (page, rest) for point in answer.json()["positions"]], [50, 51, 52])
