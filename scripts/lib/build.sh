@@ -39,7 +39,7 @@ configure_arm() {
     configure arm -DKELVO_SYSROOT="$sysroot" "$@"
 }
 
-# build PRESET [TARGET...]
+# build PRESET [TARGET...]: the target `shipped` is everything that the packages contain
 build() {
     local preset=$1
     shift
@@ -47,21 +47,6 @@ build() {
         set -- --target "$@"
     fi
     cmake --build --preset "$preset" "$@"
-}
-
-# build_shipped PRESET [TARGET...]: builds the programs and libraries that the preset installs, and the targets,
-# without the other tests.
-build_shipped() {
-    local preset=$1 target targets=() known
-    shift
-    known=$(cmake --build --preset "$preset" --target help)
-    for target in kelvo kesdk consolehost kelvo-console kelvo-service kelvoctl kelvo-herd kelvo_keyboard \
-        console_translations kelvo_translations; do
-        if [[ $known == *$'\n'$target:* ]]; then
-            targets+=("$target")
-        fi
-    done
-    build "$preset" "${targets[@]}" "$@"
 }
 
 # has_node WHAT: whether Node.js can build the office's page. If not, prints that WHAT is left out, and what to do.

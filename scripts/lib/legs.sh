@@ -37,7 +37,7 @@ leg_rounds() {
 # The packages' tests need no other test program. A second build in another folder must give the same bytes.
 leg_packages() {
     configure check
-    build_shipped check
+    build check shipped
     tests check --label-regex '^packaging$'
 }
 
@@ -112,7 +112,7 @@ leg_arm() {
 leg_arm-short() {
     local programs=(tst_kesdk_large tst_WideIds tst_farfuture tst_unzip_large)
     arm_console
-    build_shipped arm kelvo-console-driver "${programs[@]}"
+    build arm shipped kelvo-console-driver "${programs[@]}"
     tests arm --no-tests=error \
         --tests-regex "^(fence_(interface|imports|constructors|.*exports|.*needed)|e2e\.life|(kesdk\.)?($(IFS='|' && echo "${programs[*]}")))\$"
 }
@@ -150,7 +150,7 @@ leg_fuzz() {
 # The packages for ARM, which are installed and run in an emulator. Needs Linux 6.7.
 leg_packages-arm() {
     configure_arm -DKELVO_SERVICE=ON -DKELVO_SERVICE_BINARY=
-    build_shipped arm
+    build arm shipped
     tests arm --label-regex '^packaging$'
 }
 
