@@ -13,14 +13,16 @@ from kelvopackages.package import FOLDER, architecture, debug_packages, packages
 LISTS = Path(__file__).parent / "contents"
 
 
-# The name of a file of the page has a digest of its content.
-HASHED = re.compile(r"(/assets/)[^/]*-[\w-]{8}(\.)")
+# The lists have a star for names that change: a file of the page has a digest of its content in its name, and the
+# pictures of a guide are those that the guide shows.
+CHANGING = re.compile(r"(?<=/assets/)[^/]*-[\w-]{8}(?=\.)|(?<=/pictures/office/)[^/]*(?=\.png$)")
+PICTURE = re.compile(r"\]\((pictures/[^)]*)\)")
 
 
 def line(member):
     kind = {b"5": "d", b"2": "l"}.get(member.type, "-")
     target = f" -> {member.linkname}" if member.issym() else ""
-    name = HASHED.sub(r"\1*\2", member.name.removeprefix("."))
+    name = CHANGING.sub("*", member.name.removeprefix("."))
     return f"{kind} {member.mode:04o} {name}{target}"
 
 
@@ -37,6 +39,14 @@ class ContentsTest(unittest.TestCase):
                 found = sorted({line(member) for member in package.members() if not member.isdir()})
                 wanted = sorted((LISTS / f"{name}.txt").read_text(encoding="utf-8").splitlines())
                 self.assertEqual(found, wanted)
+
+    def test_each_packaged_guide_has_the_pictures_that_it_shows_and_no_others(self):
+        for package in packages().values():
+            with self.subTest(package.name), tempfile.TemporaryDirectory() as folder:
+                guides = package.extract(Path(folder) / "x") / "usr/share/doc" / package.name
+                shown = {name for page in guides.glob("*.md")
+                         for name in PICTURE.findall(page.read_text(encoding="utf-8"))}
+                self.assertEqual({str(path.relative_to(guides)) for path in guides.rglob("*.png")}, shown)
 
     def test_all_files_belong_to_root_and_have_the_same_time(self):
         for package in [*packages().values(), *debug_packages().values()]:
