@@ -16,7 +16,7 @@ constexpr double FULL_TURN = 6.283185307179586;
 
 TBusyIndicator::TBusyIndicator(QWidget* parent) : QWidget(parent)
 {
-    setFixedSize(sizeHint());
+    setFixedSize(TBusyIndicator::sizeHint());
 }
 
 TBusyIndicator::~TBusyIndicator() = default;

@@ -58,7 +58,7 @@ void hostimpl::SetOutcome(EOutcomeOf operation, EOutcome outcome)
 TOutcomeSign::TOutcomeSign(hostimpl::EOutcomeOf operation, QWidget& parent)
     : QWidget(&parent), m_operation(operation)
 {
-    setFixedSize(sizeHint());
+    setFixedSize(TOutcomeSign::sizeHint());
     QSizePolicy policy = sizePolicy();
     policy.setRetainSizeWhenHidden(true);
     setSizePolicy(policy);

@@ -8,7 +8,7 @@
 
 TProgressBar::TProgressBar(QWidget* parent) : QWidget(parent)
 {
-    setFixedHeight(sizeHint().height());
+    setFixedHeight(TProgressBar::sizeHint().height());
 }
 
 TProgressBar::~TProgressBar() = default;

@@ -76,7 +76,7 @@ TPushButton::TPushButton(QWidget* parent, const QString& caption, const QString&
 {
     setText(caption);
     Init(toolTip);
-    resize(sizeHint());
+    resize(TPushButton::sizeHint());
 }
 
 TPushButton::~TPushButton() = default;
