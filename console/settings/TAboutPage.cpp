@@ -23,7 +23,7 @@ namespace {
 constexpr QSize buttonSize(170, hostimpl::TOUCH_SIZE);
 constexpr int margin = 12;
 constexpr int logLines = 20;
-constexpr qint64 logTailBytes = 16 * 1024; // more than 20 usual lines
+constexpr qint64 logTailBytes = qint64{16} * 1024; // more than 20 usual lines
 
 struct TLicence
 {

@@ -15,7 +15,7 @@ namespace kesdk::impl {
 namespace {
 
 constexpr std::int64_t kLongestUseS =
-    15 * 365 * kDayS; // for a console whose software is never updated
+    std::int64_t{15} * 365 * kDayS; // for a console whose software is never updated
 
 // A failure is a time that this process cannot express.
 std::int64_t WallTimeS()
