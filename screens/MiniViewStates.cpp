@@ -35,8 +35,8 @@ struct TKelvoMiniView::TStateLayout
     EChange userNameEnabled;
     EChange passwordShown;
     EChange statusShown;
-    QString TKelvoMiniView::*statusText; // null: unchanged
     bool isButtonEnabled;
+    QString TKelvoMiniView::*statusText; // null: unchanged
     QString TKelvoMiniView::*caption;
     QString TKelvoMiniView::*untranslatedCaption;
     TToolTip toolTip;
@@ -46,27 +46,27 @@ struct TKelvoMiniView::TStateLayout
 
 // These tool tips say "Kelvo", the tool tip of the new button says "KELVO". Both are required.
 const TKelvoMiniView::TStateLayout TKelvoMiniView::TStateLayout::ALL[] = {
-    {eLoggedOut, EChange::eOn, EChange::eOn, EChange::eOff, nullptr, true,
+    {eLoggedOut, EChange::eOn, EChange::eOn, EChange::eOff, true, nullptr,
      &TKelvoMiniView::m_loginCaption, &TKelvoMiniView::m_untranslatedLoginCaption,
      QT_TRANSLATE_NOOP3("TKelvoMiniView", "Login to Kelvo", "ToolTip")},
     {eLoginInProgress,
      EChange::eOff,
      EChange::eOff,
      EChange::eOn,
-     &TKelvoMiniView::m_loggingInText,
      false,
+     &TKelvoMiniView::m_loggingInText,
      &TKelvoMiniView::m_processingCaption,
      &TKelvoMiniView::m_untranslatedProcessingCaption,
      {nullptr, nullptr}},
-    {eLoggedIn, EChange::eOff, EChange::eOff, EChange::eOn, &TKelvoMiniView::m_loggedInText, true,
+    {eLoggedIn, EChange::eOff, EChange::eOff, EChange::eOn, true, &TKelvoMiniView::m_loggedInText,
      &TKelvoMiniView::m_logoutCaption, &TKelvoMiniView::m_untranslatedLogoutCaption,
      QT_TRANSLATE_NOOP3("TKelvoMiniView", "Logout of Kelvo", "ToolTip")},
     {eLogoutInProgress,
      EChange::eOff,
      EChange::eOff,
      EChange::eOn,
-     &TKelvoMiniView::m_loggingOutText,
      false,
+     &TKelvoMiniView::m_loggingOutText,
      &TKelvoMiniView::m_processingCaption,
      &TKelvoMiniView::m_untranslatedProcessingCaption,
      {nullptr, nullptr}},
@@ -74,8 +74,8 @@ const TKelvoMiniView::TStateLayout TKelvoMiniView::TStateLayout::ALL[] = {
      EChange::eKeep,
      EChange::eKeep,
      EChange::eKeep,
-     nullptr,
      false,
+     nullptr,
      &TKelvoMiniView::m_processingCaption,
      &TKelvoMiniView::m_untranslatedProcessingCaption,
      {nullptr, nullptr}},

@@ -32,6 +32,7 @@ int TRestart::Run(int exitStatus) const
     }
     std::vector<std::string> variables = m_environment;
     std::vector<char*> environment;
+    environment.reserve(variables.size() + 1);
     for (std::string& variable : variables) {
         environment.push_back(variable.data());
     }

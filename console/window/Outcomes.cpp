@@ -13,21 +13,21 @@ using console::EHubSignal;
 
 struct TSignalRow
 {
-    EHubSignal signal;
     EOutcomeOf operation;
+    EHubSignal signal;
     bool isEnd;
 };
 constexpr TSignalRow signalRows[] = {
-    {EHubSignal::eUploadRequested, EOutcomeOf::eFiles, false},
-    {EHubSignal::eDownloadRequested, EOutcomeOf::eFiles, false},
-    {EHubSignal::eDeleteFilesRequested, EOutcomeOf::eFiles, false},
-    {EHubSignal::eUploadComplete, EOutcomeOf::eFiles, true},
-    {EHubSignal::eDownloadComplete, EOutcomeOf::eFiles, true},
-    {EHubSignal::eDeleteComplete, EOutcomeOf::eFiles, true},
-    {EHubSignal::eUserInboxSetupInProgress, EOutcomeOf::eSetUp, false},
-    {EHubSignal::eUserInboxSetupComplete, EOutcomeOf::eSetUp, true},
-    {EHubSignal::eLoginInProgress, EOutcomeOf::eMessage, false},
-    {EHubSignal::eLoginFailed, EOutcomeOf::eMessage, true},
+    {EOutcomeOf::eFiles, EHubSignal::eUploadRequested, false},
+    {EOutcomeOf::eFiles, EHubSignal::eDownloadRequested, false},
+    {EOutcomeOf::eFiles, EHubSignal::eDeleteFilesRequested, false},
+    {EOutcomeOf::eFiles, EHubSignal::eUploadComplete, true},
+    {EOutcomeOf::eFiles, EHubSignal::eDownloadComplete, true},
+    {EOutcomeOf::eFiles, EHubSignal::eDeleteComplete, true},
+    {EOutcomeOf::eSetUp, EHubSignal::eUserInboxSetupInProgress, false},
+    {EOutcomeOf::eSetUp, EHubSignal::eUserInboxSetupComplete, true},
+    {EOutcomeOf::eMessage, EHubSignal::eLoginInProgress, false},
+    {EOutcomeOf::eMessage, EHubSignal::eLoginFailed, true},
 };
 
 } // namespace

@@ -18,7 +18,7 @@ namespace {
 QString Caption(const AppWindowSurface& surface)
 {
     const QString prefix = QStringLiteral("Nav");
-    const QString icon = surface.SurfaceIcon();
+    const QString& icon = surface.SurfaceIcon();
     if (!surface.SurfaceTitle().isEmpty() || !icon.startsWith(prefix)) {
         return surface.SurfaceTitle();
     }
