@@ -11,10 +11,11 @@ namespace kelvo {
 
 namespace {
 
-constexpr std::int64_t toleratedBehindMs = 3600 * 1000;
-constexpr std::int64_t toleratedAheadMs = 24 * 3600 * 1000; // the machine may be off overnight
-constexpr long long waitAfterJumpS = 24 * 3600;
-constexpr std::int64_t toleratedSkewMs = 60 * 1000; // between two machines
+constexpr std::int64_t hourMs = 3'600'000;
+constexpr std::int64_t toleratedBehindMs = hourMs;
+constexpr std::int64_t toleratedAheadMs = 24 * hourMs; // the machine may be off overnight
+constexpr long long waitAfterJumpS = 24LL * 3600;
+constexpr std::int64_t toleratedSkewMs = 60'000; // between two machines
 
 } // namespace
 
@@ -45,7 +46,7 @@ bool ServiceClock::hasJumped(std::int64_t aheadMs)
     }
     ++jumps_;
     logWarning("clock-jumped",
-               std::to_string(aheadMs / (3600 * 1000)) +
+               std::to_string(aheadMs / hourMs) +
                    " hours from the expected time; nothing is removed by its age for"
                    " 24 hours of run time, or until kelvo-service clock confirm");
     return true;

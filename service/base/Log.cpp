@@ -95,7 +95,7 @@ void writeEvent(spdlog::level::level_enum level, std::string_view event, std::st
     if (!detail.empty()) {
         fields["detail"] = detail;
     }
-    write(level, std::move(fields));
+    write(level, fields);
 }
 
 } // namespace
@@ -122,7 +122,7 @@ void logRequest(const RequestLogEntry& entry)
     if (entry.user != 0) {
         fields["user"] = entry.user;
     }
-    write(spdlog::level::info, std::move(fields));
+    write(spdlog::level::info, fields);
 }
 
 void logAudit(const AuditLogEntry& entry)

@@ -91,7 +91,7 @@ private:
     Response step()
     {
         try {
-            const Response response = m_client.send(next());
+            Response response = m_client.send(next());
             if (response.status == 503 && mayRepeat(response)) {
                 return {};
             }
