@@ -77,6 +77,7 @@ void addAudit(Transaction& transaction, AuditEntry entry, const AuditLimits& lim
 void storeEntries(soci::session& sql, std::vector<AuditEntry> entries)
 {
     std::vector<long long> numbers;
+    numbers.reserve(entries.size());
     for (const AuditEntry& entry : entries) {
         numbers.push_back(nextNumber(sql, entry.farm, static_cast<int>(shareOf(entry))));
     }

@@ -32,7 +32,7 @@ std::unique_ptr<Dialect> makePostgresql(const std::string& url, const std::files
     }
     const auto describe = reinterpret_cast<DescribeModule>(::dlsym(library, describeModuleName));
     const std::string version = describe == nullptr ? "unknown" : describe()->version;
-    if (version != KELVO_SERVICE_VERSION) {
+    if (describe == nullptr || version != KELVO_SERVICE_VERSION) {
         throw std::runtime_error("the package kelvo-service-postgresql has the version " + version +
                                  ", but kelvo-service has the version " KELVO_SERVICE_VERSION
                                  ": install the same version of both");
