@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <future>
 
 namespace kelvo {
@@ -71,7 +72,7 @@ TEST_F(ReadinessTest, StopsBeingReadyAtOnceWhenTheServiceStops)
 TEST_F(ReadinessTest, DoesNotWaitForADiskThatHangs)
 {
     std::promise<void> disk;
-    int runs = 0;
+    std::atomic<int> runs = 0;
     Readiness readiness({{"content store",
                           [&disk, &runs] {
                               ++runs;
