@@ -110,7 +110,12 @@ void removeSessionsOf(Transaction& transaction, Id user, const std::string& kept
 
 void removeExpiredSessions(Transaction& transaction, ExpiryTime now)
 {
+    static constexpr long long dayMs = 24LL * 3600 * 1000;
     transaction.sql << "DELETE FROM sessions WHERE expires_ms <= :now", use(now.ms);
+    const long long future = now.ms + dayMs;
+    transaction.sql << "UPDATE sessions SET expires_ms = expires_ms - created_ms + :now,"
+                       " created_ms = :created, last_seen_ms = :seen WHERE created_ms > :future",
+        use(now.ms), use(now.ms), use(now.ms), use(future);
 }
 
 long long countExpiredSessions(soci::session& sql, ExpiryTime now)

@@ -53,6 +53,10 @@ void removeSession(Transaction& transaction, const std::string& tokenHash);
 /** Removes all sessions of the user but the kept one. */
 void removeSessionsOf(Transaction& transaction, Id user, const std::string& keptTokenHash = {});
 
+/**
+ * A session that began more than a day in the future, while the clock was wrong, begins now. Without
+ * this it would last until that future.
+ */
 void removeExpiredSessions(Transaction& transaction, ExpiryTime now);
 
 /** The number of sessions that removeExpiredSessions() would remove. */

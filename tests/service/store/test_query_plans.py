@@ -53,6 +53,7 @@ ALLOWED = {
     "DELETE FROM console_devices WHERE received_ms <": PER_ROUND,
     "DELETE FROM login_places WHERE last_ms <": PER_ROUND,
     "DELETE FROM sessions WHERE expires_ms <=": PER_ROUND,
+    "UPDATE sessions SET expires_ms = expires_ms": PER_ROUND,
     "DELETE FROM track WHERE received_ms <": PER_ROUND,
     "DELETE FROM uploads WHERE finished = 1 AND idempotency_key IS NULL": PER_ROUND,
 }

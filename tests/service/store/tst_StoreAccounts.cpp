@@ -131,6 +131,19 @@ TEST_P(StoreContract, FindsASessionUntilItExpires)
     EXPECT_FALSE(StoredSession(*database, "other").find(now));
 }
 
+TEST_P(StoreContract, ASessionFromAWrongClockLastsNoLongerThanOthers)
+{
+    constexpr long long day = 24LL * 3600 * 1000;
+    const store::User user = addUser(addFarm("Hill Farm"), "olga");
+    write([&user](Transaction& t) {
+        store::addSession(t, "abc", user.id, now + 1000 * day, now + 1000 * day + 100);
+        store::addSession(t, "def", user.id, now + day, now + day + 100);
+        store::removeExpiredSessions(t, {now});
+    });
+    EXPECT_EQ(StoredSession(*database, "abc").find(now)->expiresMs, now + 100);
+    EXPECT_EQ(StoredSession(*database, "def").find(now)->expiresMs, now + day + 100);
+}
+
 TEST_P(StoreContract, RemovesOneSessionOrAllSessionsOfAUser)
 {
     const store::User user = addUser(addFarm("Hill Farm"), "olga");
