@@ -54,8 +54,8 @@ void removeSession(Transaction& transaction, const std::string& tokenHash);
 void removeSessionsOf(Transaction& transaction, Id user, const std::string& keptTokenHash = {});
 
 /**
- * A session that began more than a day in the future, while the clock was wrong, begins now. Without
- * this it would last until that future.
+ * A session that began more than a day in the future, while the clock was wrong, begins now.
+ * Without this it would last until that future.
  */
 void removeExpiredSessions(Transaction& transaction, ExpiryTime now);
 
