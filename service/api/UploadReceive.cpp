@@ -195,6 +195,28 @@ Async<Progress> appendPart(Context& context, http::Request& request, store::Uplo
     co_return Progress{upload, reached, {}};
 }
 
+/**
+ * The offset of a held upload. A crash or a failed commit may have left a whole upload without its
+ * files. A client takes the full offset for success, so the upload is finished first.
+ */
+Async<Progress> inspectHeld(Context& context, http::Request& request, const store::Upload& upload)
+{
+    const long long size = co_await receivedSize(context, upload);
+    if (size != upload.lengthBytes || upload.isPartial() || upload.isFinal()) {
+        co_return Progress{upload, size, {}};
+    }
+    const auto memory = co_await context.transferMemory.take(
+        upload.farm, context.contents.receiverMemory(upload.lengthBytes), &request.body);
+    auto open = [&context, &upload] { return context.contents.receive(upload.id); };
+    const auto receiver = co_await context.contentPool.run(open);
+    if (const auto offset = static_cast<long long>(receiver->offset()); offset != size) {
+        co_return Progress{upload, offset, {}}; // another process has changed it meanwhile
+    }
+    FinishedUpload finished =
+        co_await finishUpload(context, upload, *receiver, request.peerAddress);
+    co_return Progress{finished.upload, size, {}}; // the bytes are of earlier requests
+}
+
 } // namespace
 
 Async<Progress> stopAndInspect(Context& context, http::Request& request, store::Upload upload)
@@ -204,8 +226,7 @@ Async<Progress> stopAndInspect(Context& context, http::Request& request, store::
     if (upload.finished) {
         co_return Progress{upload, upload.lengthBytes, {}};
     }
-    const long long size = co_await receivedSize(context, upload);
-    co_return Progress{upload, size, {}};
+    co_return co_await inspectHeld(context, request, upload);
 }
 
 Async<void> deleteUpload(Context& context, http::Request& request, const store::Upload& upload)
@@ -254,9 +275,9 @@ Async<Progress> resumeCreation(Context& context, http::Request& request, store::
     if (upload.isFinal()) {
         co_return co_await concatenate(context, request, upload);
     }
-    const long long size = co_await receivedSize(context, upload);
-    if (size > 0 || !request.body.isPresent()) {
-        co_return Progress{upload, size, {}}; // the body starts at 0: the client sends the rest
+    if (!request.body.isPresent() || co_await receivedSize(context, upload) > 0) {
+        // The body starts at 0: the client sends the rest.
+        co_return co_await inspectHeld(context, request, upload);
     }
     co_return co_await receiveHeldPart(context, request, upload, 0);
 }

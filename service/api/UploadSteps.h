@@ -53,8 +53,8 @@ Async<Progress> receivePart(Context& context, http::Request& request, store::Upl
                             long long offset);
 
 /**
- * Repeats a creation whose upload is not finished. The body is received if the service has no byte
- * yet. Throws as receivePart().
+ * Repeats a creation. The body is received if the service has no byte yet. Finishes a whole upload
+ * as stopAndInspect(). Throws as receivePart().
  */
 Async<Progress> resumeCreation(Context& context, http::Request& request, store::Upload upload);
 
@@ -67,7 +67,11 @@ Async<Progress> receiveHeldPart(Context& context, http::Request& request, store:
  */
 Async<void> deleteUpload(Context& context, http::Request& request, const store::Upload& upload);
 
-/** Stops the request that works on the upload, then returns the size of the received part. */
+/**
+ * Stops the request that works on the upload, then returns the size of the received part. If all
+ * bytes are received, but a crash or a failure came before their files, finishes the upload. Throws
+ * Problem.
+ */
 Async<Progress> stopAndInspect(Context& context, http::Request& request, store::Upload upload);
 
 /**

@@ -16,7 +16,7 @@ import unittest
 
 from kelvowire.events import END, EventStream
 from kelvowire.farm import log_in, log_in_admin, make_inbox, add_farms_and_users
-from kelvowire.http import Client, begin_upload, digest_header, raw_socket
+from kelvowire.http import Client, begin_upload, digest_header, metadata, raw_socket
 from kelvowire.service import GUARD_SECONDS, Service, command, run_refused
 
 CONTENT = bytes(range(256)) * 4000
@@ -307,6 +307,32 @@ class StartingAgain(LifecycleTest):
             self.assertEqual(os.path.getsize(part), offset)
         done = olga.patch(location, offset, content[offset:])
         self.assertEqual(done.headers["Repr-Digest"], digest_header(content))
+        service.stop()
+
+    def test_an_upload_whose_commit_failed_is_finished_after_a_kill(self):
+        service = self.start_with_farms()
+        olga = self.client(service)
+        inbox = make_inbox(olga)
+        location = olga.create("whole.zip", [inbox], len(CONTENT)).headers["Location"]
+        service.stop()
+        service.execute("CREATE TRIGGER stop BEFORE INSERT ON files BEGIN SELECT RAISE(ABORT, 'stop'); END", [()])
+        service.start()
+        olga = self.back(service, olga)
+        empty = {"Upload-Length": "0", "Upload-Metadata": metadata("empty.zip", [inbox]), "Idempotency-Key": "empty"}
+        olga.tus("PATCH", location, 500, headers={"Upload-Offset": "0"}, body=CONTENT, check=False)
+        for _ in range(2):
+            olga.tus("HEAD", location, 500, check=False)
+            olga.tus("POST", "/uploads", 500, headers=empty, check=False)
+        service.kill()
+        service.execute("DROP TRIGGER stop", [()])
+        service.start()
+        olga = self.back(service, olga)
+        done = olga.tus("HEAD", location, 200)
+        self.assertEqual((done.headers["Upload-Offset"], done.headers["Repr-Digest"]), (str(len(CONTENT)), digest_header(CONTENT)))
+        self.assertEqual(olga.get(f"/resources/{done.headers['Kelvo-File-Ids']}/content").body, CONTENT)
+        self.assertEqual(olga.tus("POST", "/uploads", 201, headers=empty).json()["files"][0]["size"], 0)
+        self.assertEqual([entry["name"] for entry in olga.get(f"/resources/{inbox}").json()["entries"]],
+                         ["whole.zip", "empty.zip"])
         service.stop()
 
     def await_size(self, file, wanted):

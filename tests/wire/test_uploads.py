@@ -4,8 +4,8 @@ import base64
 import unittest
 
 from kelvowire.events import EventStream
-from kelvowire.farm import WireTest, make_inbox
-from kelvowire.http import OCTETS, begin_upload, cut, digest_header, metadata, sha256_hex
+from kelvowire.farm import PASSWORD, WireTest, log_in, make_inbox
+from kelvowire.http import OCTETS, begin_upload, cut, digest_header, metadata, raw_socket, sha256_hex
 
 CONTENT = bytes(range(256)) * 40
 
@@ -272,6 +272,45 @@ class Uploads(WireTest):
         done = self.olga.patch(location, 3000, CONTENT[3000:])
         self.assertEqual(self.content(int(done.headers["Kelvo-File-Ids"])), CONTENT)
         self.assertEqual(self.names(self.olga, self.inbox).count("cut-creation.zip"), 1)
+
+    def send_without_end(self, location):
+        """Sends all bytes in a chunked body, and cuts the connection before the last chunk."""
+        connection = raw_socket(self.service)
+        head = (f"PATCH {location} HTTP/1.1", f"Host: localhost:{self.service.port}", "Tus-Resumable: 1.0.0",
+                f"Authorization: Bearer {self.olga.token}", f"Content-Type: {OCTETS}", "Upload-Offset: 0",
+                "Transfer-Encoding: chunked", "", f"{len(CONTENT):x}", "")
+        connection.sendall("\r\n".join(head).encode() + CONTENT + b"\r\n")
+        cut(connection)
+
+    def test_a_whole_upload_without_its_files_is_finished_when_its_offset_is_asked(self):
+        location = self.olga.create("whole.zip", [self.inbox], len(CONTENT)).headers["Location"]
+        self.send_without_end(location)
+        self.olga.await_offset(location, len(CONTENT))
+        head = self.olga.tus("HEAD", location, 200)
+        self.assertEqual(head.headers["Repr-Digest"], digest_header(CONTENT))
+        self.assertEqual(self.content(int(head.headers["Kelvo-File-Ids"])), CONTENT)
+        self.assertEqual(self.names(self.olga, self.inbox).count("whole.zip"), 1)
+
+    def test_a_whole_upload_without_its_files_is_finished_when_its_creation_is_repeated(self):
+        for number, body in enumerate((None, bytes(len(CONTENT)))):
+            with self.subTest(body=body is not None):
+                name, key = f"repeat {number}.zip", f"whole {number}"
+                location = self.olga.create(name, [self.inbox], len(CONTENT), key=key).headers["Location"]
+                self.send_without_end(location)
+                again = self.olga.create(name, [self.inbox], len(CONTENT), body, key=key)
+                self.assertEqual((again.headers["Location"], again.headers["Kelvo-Repeated"]), (location, "true"))
+                self.assertEqual(self.content(again.json()["files"][0]["id"]), CONTENT)
+
+    def test_a_whole_upload_whose_target_is_gone_is_not_found(self):
+        admin = self.user("admin")
+        user = admin.post("/users", json={"farm": "Hill Farm", "name": "gone", "password": PASSWORD, "role": "operator"}).json()
+        gone = log_in(self.service, "gone")
+        self.addCleanup(gone.close)
+        inbox = make_inbox(gone)
+        location = self.anna.create("late.zip", [inbox], 4, b"abc").headers["Location"]
+        admin.delete(f"/users/{user['id']}")
+        self.refused(self.anna.patch(location, 3, b"d", expect=404), "not-found")
+        self.anna.tus("HEAD", location, 404)
 
     def test_a_hanging_connection_does_not_block_the_upload(self):
         location = self.olga.create("hangs.zip", [self.inbox], len(CONTENT)).headers["Location"]

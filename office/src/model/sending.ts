@@ -162,6 +162,7 @@ function noteProgress(key: number, sentBytes: number): void {
 }
 
 async function takeSuccess(key: number, file: File, response: HttpResponse): Promise<void> {
+  if (!response.getHeader('Kelvo-File-Ids')) return takeError(key, file, new Error()); // The library counts bytes only.
   const digest = await running.get(key)?.digest || await digestOf(file);
   const failure = await compare(digest, response);
   running.delete(key); // Another attempt starts anew.

@@ -3,7 +3,7 @@ import {beforeEach, describe, expect, it, vi} from 'vitest';
 import {send, sendings} from '../../src/model/sending';
 import type {UploadError} from '../../src/model/upload_errors';
 
-const uploads = vi.hoisted(() => ({begun: 0, digests: 0, isBusy: true}));
+const uploads = vi.hoisted(() => ({begun: 0, digests: 0, isBusy: true, hasFiles: true}));
 vi.mock('../../src/model/digest', () => ({digestOf: async () => `${++uploads.digests}`}));
 vi.mock('tus-js-client', () => ({
   Upload: class {
@@ -15,7 +15,7 @@ vi.mock('tus-js-client', () => ({
     abort = async () => undefined;
     start(): void {
       if (uploads.isBusy) this.options.onError(busy());
-      else this.options.onSuccess({lastResponse: {getHeader: () => ''}});
+      else this.options.onSuccess({lastResponse: {getHeader: (name: string) => (name === 'Kelvo-File-Ids' && uploads.hasFiles ? '7' : '')}});
     }
   },
 }));
@@ -40,5 +40,16 @@ describe('ten files', () => {
     uploads.isBusy = false;
     await vi.advanceTimersByTimeAsync(60_000);
     expect(states()).toEqual(Array(10).fill('done notCompared'));
+  });
+
+  it('are not done before the service has made the files', async () => {
+    vi.stubGlobal('navigator', {locks: {request: async () => undefined}});
+    Object.assign(uploads, {isBusy: false, hasFiles: false});
+    send([new File(['x'], 'whole.zip')], [2], '');
+    await vi.advanceTimersByTimeAsync(60_000);
+    expect(states().at(-1)).toBe('waiting noAnswer');
+    uploads.hasFiles = true;
+    await vi.advanceTimersByTimeAsync(60_000);
+    expect(states().at(-1)).toBe('done notCompared');
   });
 });

@@ -240,6 +240,65 @@ TEST_F(FinishUpload, KeepsAFinishedUploadThatIsDeletedMeanwhile)
     EXPECT_EQ(known->files, done.files);
 }
 
+class InspectUpload : public FinishUpload
+{
+protected:
+    /** What a HEAD, or a repeat of the creation without a body, finds. */
+    Progress inspect(const store::Upload& upload, decltype(stopAndInspect)* step = stopAndInspect)
+    {
+        IdleRequest idle(loop.io());
+        return loop.run(step(context, idle.request, upload));
+    }
+};
+
+TEST_F(InspectUpload, FinishesAWholeUpload)
+{
+    for (auto* step : {stopAndInspect, resumeCreation}) {
+        for (const std::string text : {"abc", ""}) {
+            const Progress progress = inspect(received("a.zip", text, {inbox.id}), step);
+            EXPECT_TRUE(progress.upload.finished);
+            EXPECT_EQ(progress.offset, static_cast<long long>(text.size()));
+            EXPECT_EQ(progress.upload.sha256, sha256Hex(text));
+            EXPECT_THAT(progress.upload.files, testing::ElementsAre(files().back().id));
+        }
+    }
+    EXPECT_EQ(files().size(), 4U);
+}
+
+TEST_F(InspectUpload, DoesNotTellTheFullOffsetIfItCannotFinish)
+{
+    const store::Upload upload = received("a.zip", "abc", {inbox.id});
+    const auto setDisabled = [this](bool disabled) {
+        database.writeNow(
+            [this, disabled](store::Transaction& t) { store::setDisabled(t, user.id, disabled); });
+    };
+    setDisabled(true);
+    for (auto* step : {stopAndInspect, resumeCreation}) {
+        EXPECT_THROW(inspect(upload, step), http::Problem);
+    }
+    setDisabled(false);
+    EXPECT_TRUE(inspect(upload).upload.finished);
+    EXPECT_EQ(files().size(), 1U);
+}
+
+TEST_F(InspectUpload, LeavesAnUploadWithoutAllItsBytesAndAPartialUpload)
+{
+    const store::Upload missing = begin("a.zip", 4);
+    folderContents.receive(missing.id)->append("abc", 3);
+    UploadRequest wanted;
+    wanted.lengthBytes = 3;
+    wanted.concat = "partial";
+    const store::Upload partial =
+        loop.run(startUpload(context, user, wanted, newUploadId(), store::EDurability::Now)).upload;
+    folderContents.receive(partial.id)->append("abc", 3);
+    for (const store::Upload& upload : {missing, partial}) {
+        const Progress progress = inspect(upload);
+        EXPECT_FALSE(progress.upload.finished);
+        EXPECT_EQ(progress.offset, 3);
+    }
+    EXPECT_TRUE(files().empty());
+}
+
 class StartUpload : public FinishUpload
 {
 protected:
