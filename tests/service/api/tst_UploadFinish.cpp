@@ -243,7 +243,7 @@ TEST_F(FinishUpload, KeepsAFinishedUploadThatIsDeletedMeanwhile)
 class InspectUpload : public FinishUpload
 {
 protected:
-    /** What a HEAD, or a repeat of the creation without a body, finds. */
+    /** The answer to a HEAD, or to a repeated creation without a body. */
     Progress inspect(const store::Upload& upload, decltype(stopAndInspect)* step = stopAndInspect)
     {
         IdleRequest idle(loop.io());
@@ -256,7 +256,7 @@ TEST_F(InspectUpload, FinishesAWholeUpload)
     for (auto* step : {stopAndInspect, resumeCreation}) {
         for (const std::string text : {"abc", ""}) {
             const Progress progress = inspect(received("a.zip", text, {inbox.id}), step);
-            EXPECT_TRUE(progress.upload.finished);
+            ASSERT_TRUE(progress.upload.finished);
             EXPECT_EQ(progress.offset, static_cast<long long>(text.size()));
             EXPECT_EQ(progress.upload.sha256, sha256Hex(text));
             EXPECT_THAT(progress.upload.files, testing::ElementsAre(files().back().id));
