@@ -2,13 +2,14 @@
 
 #include "service/store/AuditTable.h"
 #include "service/store/Bind.h"
+#include "service/store/ConsoleTable.h"
 #include "service/store/EventTable.h"
 #include "service/store/SessionTable.h"
 #include "service/store/UserTable.h"
 
 #include <soci/soci.h>
 
-#include <utility>
+#include <vector>
 
 namespace kelvo::store {
 
@@ -24,23 +25,36 @@ void run(Transaction& transaction, const char* statement, Id id)
     transaction.sql << statement, use(id);
 }
 
-/** The event of a console's last move holds a position. */
+struct Move
+{
+    Id farm = 0;
+    Id console = 0;
+    Id event = 0;
+};
+
+/**
+ * The event of a console's last move holds a position of its sender. Another user may have reported
+ * the console since.
+ */
 void dropLastMoves(Transaction& transaction, Id user)
 {
-    std::vector<std::pair<Id, Id>> moves; // farm and event
-    std::pair<Id, Id> move;
+    std::vector<Move> moves;
+    Move move;
     soci::statement query =
-        (transaction.sql.prepare << "SELECT farm_id, last_event FROM consoles"
-                                    " WHERE user_id = :user AND last_event <> 0",
-         into(move.first), into(move.second), use(user));
+        (transaction.sql.prepare
+             << "SELECT c.farm_id, c.id, c.last_event FROM consoles c JOIN track t"
+                " ON t.console_id = c.id AND t.number = c.last_number WHERE c.last_event <> 0"
+                " AND c.farm_id = (SELECT farm_id FROM users WHERE id = :user)"
+                " AND t.user_id = :sender",
+         into(move.farm), into(move.console), into(move.event), use(user), use(user));
     query.execute();
     while (query.fetch()) {
         moves.push_back(move);
     }
-    for (const auto& [farm, event] : moves) {
-        dropEvent(transaction, farm, event);
+    for (const Move& found : moves) {
+        dropEvent(transaction, found.farm, found.event);
+        setLastMove(transaction, found.console, 0);
     }
-    run(transaction, "UPDATE consoles SET last_event = 0 WHERE user_id = :user", user);
 }
 
 } // namespace

@@ -1,6 +1,8 @@
 // The console of a report, and the reports that are kept.
 #include "service/store/ConsoleTable.h"
 #include "service/store/Errors.h"
+#include "service/store/EventTable.h"
+#include "service/store/PersonTable.h"
 #include "service/store/SessionTable.h"
 #include "tests/service/store/StoreContract.h"
 #include "tests/service/support/StoredLists.h"
@@ -237,6 +239,24 @@ TEST_P(StoreConsoles, HaveATrackInTheOrderOfReceiptWithStablePages)
     EXPECT_THAT(track(console, {{}, {}, 4, 2}), ElementsAre(3, 2));
     EXPECT_THAT(track(console, {now + 2, now + 4, {}, 10}), ElementsAre(3, 2));
     EXPECT_THAT(track(console, {now + 2, now + 4, 3, 10}), ElementsAre(2));
+}
+
+TEST_P(StoreConsoles, LoseTheLastMoveOnlyWhenItsSenderIsErased)
+{
+    const store::Id console = report(logIn(olga, "a"), "cab");
+    addPositions(console, 1); // of olga
+    write([&](Transaction& t) {
+        store::addEvent(t, {farm.id, 0, "console-moved", 0, "", "", now});
+        store::setLastMove(t, console, t.events.back().id);
+    });
+    ASSERT_EQ(report(logIn(piet, "b"), "cab"), console);
+    const auto eventsAfterErasing = [this](const store::User& user) {
+        write([&](Transaction& t) { store::eraseTrack(t, user.id); });
+        return read(
+            [this](soci::session& sql) { return store::eventsAfter(sql, farm.id, 0, 10).size(); });
+    };
+    EXPECT_EQ(eventsAfterErasing(piet), 1U);
+    EXPECT_EQ(eventsAfterErasing(olga), 0U);
 }
 
 TEST_P(StoreConsoles, KeepALimitedNumberOfPositions)
