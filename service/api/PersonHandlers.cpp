@@ -74,8 +74,9 @@ store::User heirOf(soci::session& sql, const Request& request, const store::User
         throw Problem(EProblem::Conflict, "The user has files: name an heir.");
     }
     const auto found = store::userById(sql, *heir);
-    if (!found || found->farmId() != user.farmId() || found->id == user.id) {
-        throw Problem(EProblem::Unprocessable, "The heir must be another user of the farm.");
+    if (!found || found->farmId() != user.farmId() || found->id == user.id || found->disabled) {
+        throw Problem(EProblem::Unprocessable,
+                      "The heir must be another user of the farm who is not disabled.");
     }
     return *found;
 }

@@ -198,6 +198,16 @@ class Deletion(PeopleTest):
         self.anna.delete(f"/users/{user}", 404)
         self.assertNotEqual(self.add("hugo").json()["id"], user)
 
+    def test_a_disabled_user_is_no_heir(self):
+        user, heir = (self.add(name).json()["id"] for name in ("ulla", "vera"))
+        ulla = self.user("ulla")
+        ulla.put("kept.zip", [make_inbox(ulla)], b"kept")
+        self.change(self.anna, heir, disabled=True)
+        self.refused(self.anna.delete(f"/users/{user}?heir={heir}", 422), "unprocessable")
+        ulla.get("/account")
+        self.change(self.anna, heir, disabled=False)
+        self.anna.delete(f"/users/{user}?heir={heir}")
+
     def test_the_last_administrator_stays(self):
         own = self.admin.snapshot()["user"]["id"]
         self.refused(self.admin.delete(f"/users/{own}", 409), "conflict")

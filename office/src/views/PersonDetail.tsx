@@ -130,7 +130,7 @@ const eraseTrack = ({id, name}: User): Question => ({
 });
 
 function remove({id, name}: User, all: readonly User[]): Question {
-  const heirs = all.filter((each) => each.id !== id).map((each) => [String(each.id), each.name] as const);
+  const heirs = all.filter((each) => each.id !== id && !each.disabled).map((each) => [String(each.id), each.name] as const);
   return {
     title: t('people.delete'),
     text: t('people.delete.text', {name}),
