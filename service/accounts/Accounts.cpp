@@ -195,6 +195,7 @@ Async<store::Session> Accounts::authenticate(http::Request& request)
     if (!session) {
         throw Problem(EProblem::Unauthenticated, "The session is unknown or has ended.");
     }
+    request.session = hash;
     request.farm = session->user.farmId();
     request.user = session->user.id;
     const long long now = clock_.nowMs();

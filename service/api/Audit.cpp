@@ -1,6 +1,8 @@
 #include "service/api/Audit.h"
 
 #include "service/store/AuditTable.h"
+#include "service/store/Errors.h"
+#include "service/store/SessionTable.h"
 
 namespace kelvo::api {
 
@@ -25,6 +27,9 @@ void audit(store::Transaction& transaction, const Context& context, const std::s
 void audit(store::Transaction& transaction, const Context& context, const http::Request& request,
            const store::User& actor, const AuditedChange& change)
 {
+    if (!store::findSession(transaction.sql, request.session, context.clock.expiryNow())) {
+        throw store::SessionEnded();
+    }
     audit(transaction, context, request.peerAddress, actor, change);
 }
 

@@ -19,11 +19,15 @@ struct AuditedChange
     store::Id farm = 0; // 0: the actor's farm
 };
 
-/** Adds the change to the trail, in the transaction of the change. */
+/**
+ * Adds the change to the trail, in the transaction of the change. Throws SessionEnded if the
+ * caller's session has ended since the request began: its body may take a minute. If the change
+ * may end this session, call audit() before the session is removed.
+ */
 void audit(store::Transaction& transaction, const Context& context, const http::Request& request,
            const store::User& actor, const AuditedChange& change);
 
-/** As above, from the client's address. */
+/** As above, from the client's address, without a check of a session. */
 void audit(store::Transaction& transaction, const Context& context, const std::string& address,
            const store::User& actor, const AuditedChange& change);
 

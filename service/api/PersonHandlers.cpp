@@ -53,9 +53,6 @@ Async<Response> changeOwnPassword(Context& context, Request& request)
     co_await checkCurrentPassword(context, request, session.user, current);
     const std::string hash = co_await context.accounts.hashPassword(password);
     auto change = [&](store::Transaction& transaction) {
-        if (!store::findSession(transaction.sql, session.tokenHash, context.clock.expiryNow())) {
-            throw Problem(EProblem::Unauthenticated, "The session has ended.");
-        }
         store::setPassword(transaction, session.user.id, hash);
         store::removeSessionsOf(transaction, session.user.id, session.tokenHash);
         audit(transaction, context, request, session.user,
@@ -259,14 +256,14 @@ Async<Response> eraseWork(Context& context, Request& request)
 {
     const store::User caller = co_await requireManager(context, request);
     const store::Id id = request.id();
-    auto change = [&](store::Transaction& transaction) {
+    auto begin = [&](store::Transaction& transaction) {
         const store::User user = managedUser(transaction.sql, caller, id);
-        if (store::eraseTrack(transaction, id)) {
-            return false;
-        }
         audit(transaction, context, request, caller,
               {"track-erase", "user", id, user.name, user.farmId()});
-        return true;
+    };
+    co_await context.database.write(begin);
+    auto change = [id](store::Transaction& transaction) {
+        return !store::eraseTrack(transaction, id);
     };
     co_await writeUntilDone(context.database, change);
     co_return Response::noContent();

@@ -37,7 +37,7 @@ Async<void> endByLogOut(Context& context, const Request& request, const store::S
 {
     auto remove = [&](store::Transaction& transaction) {
         store::removeSession(transaction, session.tokenHash);
-        audit(transaction, context, request, session.user, {"logout"});
+        audit(transaction, context, request.peerAddress, session.user, {"logout"});
     };
     co_await context.database.write(store::Scope::farm(session.user.farmId()), remove);
     context.broker.endSession(session.tokenHash, "logged-out");
@@ -135,9 +135,8 @@ Async<Response> endSession(Context& context, Request& request)
 {
     const store::Session session = co_await context.accounts.authenticate(request);
     auto remove = [&](store::Transaction& transaction) {
-        std::string ended = removeNamedSession(context, transaction, request, session.user.id);
         audit(transaction, context, request, session.user, {"session-end"});
-        return ended;
+        return removeNamedSession(context, transaction, request, session.user.id);
     };
     const std::string ended =
         co_await context.database.write(store::Scope::farm(session.user.farmId()), remove);
@@ -152,10 +151,9 @@ Async<Response> endSessionOf(Context& context, Request& request)
     const store::Id id = request.id();
     auto remove = [&](store::Transaction& transaction) {
         const store::User user = managedUser(transaction.sql, caller, id);
-        std::string ended = removeNamedSession(context, transaction, request, user.id);
         audit(transaction, context, request, caller,
               {"session-end", "user", user.id, user.name, user.farmId()});
-        return ended;
+        return removeNamedSession(context, transaction, request, user.id);
     };
     const std::string ended = co_await context.database.write(remove);
     context.broker.endSession(ended, "revoked");

@@ -197,6 +197,20 @@ void setRole(store::Transaction& transaction, const store::User& caller, store::
     user.role = role;
 }
 
+/** May end the caller's own session, so it comes after the records of the change. */
+void setAccess(store::Transaction& transaction, const store::User& user, const UserChange& wanted)
+{
+    if (wanted.disabled) {
+        store::setDisabled(transaction, user.id, *wanted.disabled);
+        if (store::countEnabledAdmins(transaction.sql) == 0) {
+            throw Problem(EProblem::Conflict, "The last administrator cannot be disabled.");
+        }
+    }
+    if (wanted.endsSessions()) {
+        store::removeSessionsOf(transaction, user.id);
+    }
+}
+
 store::User applyChange(const Context& context, const Request& request,
                         store::Transaction& transaction, const store::User& caller,
                         const UserChange& wanted)
@@ -208,13 +222,6 @@ store::User applyChange(const Context& context, const Request& request,
                   {action, "user", user.id, user.name, user.farmId()});
         }
     };
-    if (wanted.disabled) {
-        store::setDisabled(transaction, user.id, *wanted.disabled);
-        user.disabled = *wanted.disabled;
-        if (store::countEnabledAdmins(transaction.sql) == 0) {
-            throw Problem(EProblem::Conflict, "The last administrator cannot be disabled.");
-        }
-    }
     if (wanted.passwordHash) {
         store::setPassword(transaction, user.id, *wanted.passwordHash);
     }
@@ -224,13 +231,12 @@ store::User applyChange(const Context& context, const Request& request,
     if (wanted.role) {
         setRole(transaction, caller, user, *wanted.role);
     }
-    if (wanted.endsSessions()) {
-        store::removeSessionsOf(transaction, user.id);
-    }
+    user.disabled = wanted.disabled.value_or(user.disabled);
     record(wanted.disabled.has_value(), user.disabled ? "user-disable" : "user-enable");
     record(wanted.passwordHash.has_value(), "password-set");
     record(wanted.name.has_value(), "user-rename");
     record(wanted.role.has_value(), "role-change");
+    setAccess(transaction, user, wanted);
     if (user.farm && wanted.isListed()) {
         addPeopleChanged(transaction, eventFrame(context, user));
     }

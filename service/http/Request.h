@@ -25,8 +25,9 @@ struct Request
     std::string_view route = "unmatched"; // the template, for log and metrics
     std::map<std::string, std::string, std::less<>> parameters = {};
 
-    // Set when the caller is known, for the log only:
-    long long farm = 0;
+    // Set when the caller is known:
+    std::string session = {}; // the digest of the token; never logged
+    long long farm = 0;       // for the log only, as the user
     long long user = 0;
 
     std::string_view header(std::string_view name) const { return head.header(name); }

@@ -1,11 +1,14 @@
 """Accounts that a farm's office runs itself, and the data of one person."""
 
+import http.client
+import itertools
+import json
 import unittest
 
 from kelvowire.events import END, EventStream
 from kelvowire.farm import PASSWORD, PROJECTS, WireTest, log_in, make_inbox
 from kelvowire.fleet import end_reasons
-from kelvowire.http import Client
+from kelvowire.http import Client, begin_request
 
 OTHER = "another good one"
 
@@ -236,6 +239,70 @@ class Deletion(PeopleTest):
         self.admin.post("/farms", json={"name": "Gone Farm"})
 
 
+class LateBodies(PeopleTest):
+    """The body of a request arrives after the end of the session."""
+
+    def begin(self, client, method, path, **body):
+        """Begins a request. Returns a function that sends the rest of its body and returns the status."""
+        text = json.dumps(body).encode()
+        connection = begin_request(self.service, client.token, method, path, len(text),
+                                   {"Content-Type": "application/json", "Expect": "100-continue"})
+        self.addCleanup(connection.close)
+        self.assertEqual(connection.recv(4096), b"HTTP/1.1 100 Continue\r\n\r\n")
+        connection.sendall(text[:3])
+
+        def end():
+            connection.sendall(text[3:])
+            answer = http.client.HTTPResponse(connection)
+            answer.begin()
+            return answer.status
+        return end
+
+    def test_a_deleted_administrator_changes_nothing(self):
+        second = self.add("admin 2", client=self.admin, role="admin").json()["id"]
+        user = self.add("xenia").json()["id"]
+        farm = self.admin.post("/farms", json={"name": "Late Farm"}).json()["id"]
+        client = self.user("admin 2")
+        ends = [self.begin(client, "POST", "/users", name="admin 3", password=PASSWORD, role="admin"),
+                self.begin(client, "PATCH", f"/users/{user}", password=OTHER),
+                self.begin(client, "POST", "/farms", name="Later Farm"),
+                self.begin(client, "PATCH", f"/farms/{farm}", name="Later Farm"),
+                self.begin(client, "PATCH", f"/farms/{farm}/quota", farm={"bytes": 1})]
+        self.admin.delete(f"/users/{second}")
+        self.assertEqual([end() for end in ends], [401] * len(ends))
+        self.assertEqual(self.admin.get("/users?name=admin%203").json()["users"], [])
+        self.assertNotIn("Later Farm", [one["name"] for one in self.admin.get("/farms").json()["farms"]])
+        self.assertNotEqual(self.admin.get(f"/farms/{farm}/usage").json()["quota"]["farm"]["bytes"], 1)
+        self.user("xenia")
+
+    def test_a_disabled_office_user_changes_nothing(self):
+        office = self.add("office 2", client=self.admin, farm="Hill Farm", role="office").json()["id"]
+        client = self.user("office 2")
+        inbox = make_inbox(self.anna)
+        file = self.anna.put("stays.zip", [inbox], b"stays")[0]["id"]
+        ends = [self.begin(client, "POST", "/users", name="yves", password=PASSWORD, role="operator"),
+                self.begin(client, "PATCH", f"/resources/{file}", name="late.zip")]
+        self.change(self.admin, office, disabled=True)
+        self.assertEqual([end() for end in ends], [401] * len(ends))
+        self.assertEqual(self.anna.get("/users?name=yves").json()["users"], [])
+        self.assertIn("stays.zip", self.names(self.anna, inbox))
+
+    def test_an_administrator_ends_their_own_session(self):
+        own = self.add("admin 4", client=self.admin, role="admin").json()["id"]
+        client = self.user("admin 4")
+        self.change(client, own, password=OTHER)
+        client.get("/account", 401)
+        client = log_in(self.service, "admin 4", OTHER)
+        self.addCleanup(client.close)
+        session = client.get("/sessions").json()["sessions"][0]["id"]
+        client.delete(f"/users/{own}/sessions/{session}")
+        client.get("/account", 401)
+        client = log_in(self.service, "admin 4", OTHER)
+        self.addCleanup(client.close)
+        self.change(client, own, disabled=True)
+        client.get("/account", 401)
+
+
 class Person(PeopleTest):
     def report(self, client, count):
         for n in range(count):
@@ -267,6 +334,28 @@ class Person(PeopleTest):
             self.assertIsNone(rest.headers["Link"])
         self.user("piet").get(f"/users/{user}/export", 403)
         self.user("otto").get(f"/users/{user}/track", 404)
+
+    def moves(self, cursor):
+        """The latitudes of the moves after the cursor, up to the first change of people."""
+        with EventStream(self.anna, cursor=cursor) as stream:
+            events = iter(stream.next, END)
+            return [event.data["latitude"] for event in
+                    itertools.takewhile(lambda event: event.name != "people-changed", events)
+                    if event.name == "console-moved"]
+
+    def test_erasure_removes_the_events_of_the_persons_own_moves(self):
+        users = [self.add(name).json()["id"] for name in ("frida", "gunda")]
+        frida, gunda = self.user("frida"), self.user("gunda")
+        cursor = self.anna.snapshot()["cursor"]
+        cab = {"console": {"hardware_address": "shared"}, "controller": {}, "timestamp_ms": 1}
+        frida.request("PUT", "/environment", 204, json=cab)
+        self.report(frida, 1)
+        gunda.request("PUT", "/environment", 204, json=cab)
+        self.add("hilda")
+        self.anna.delete(f"/users/{users[1]}/track")
+        self.assertEqual(self.moves(cursor), [50])
+        self.anna.delete(f"/users/{users[0]}/track")
+        self.assertEqual(self.moves(cursor), [])
 
     def test_erasure_removes_positions_and_names(self):
         user = self.add("lena").json()["id"]

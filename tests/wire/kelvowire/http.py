@@ -156,14 +156,19 @@ def raw_socket(service, tls=True, source="127.0.0.1", before=b""):
     return service.tls().wrap_socket(plain, server_hostname="localhost") if tls else plain
 
 
-def begin_upload(service, token, method, path, length, headers, part):
+def begin_request(service, token, method, path, length, headers, part=b""):
     """Sends a request whose body stops after `part`. The caller closes the connection."""
     connection = raw_socket(service)
     lines = [f"{method} {path if path.startswith(BASE) else BASE + path} HTTP/1.1", f"Host: localhost:{service.port}",
-             f"Authorization: Bearer {token}", "Tus-Resumable: 1.0.0", f"Content-Type: {OCTETS}",
-             f"Content-Length: {length}", *(f"{name}: {value}" for name, value in headers.items())]
+             f"Authorization: Bearer {token}", f"Content-Length: {length}",
+             *(f"{name}: {value}" for name, value in headers.items())]
     connection.sendall("\r\n".join(lines).encode() + b"\r\n\r\n" + part)
     return connection
+
+
+def begin_upload(service, token, method, path, length, headers, part):
+    return begin_request(service, token, method, path, length,
+                         {"Tus-Resumable": "1.0.0", "Content-Type": OCTETS, **headers}, part)
 
 
 def cut(connection):
