@@ -9,10 +9,10 @@
 namespace {
 
 // Shows the value. The operator did not choose it.
-void ShowFlag(TPropertyWidget& row, bool isOn)
+void ShowChoice(TPropertyWidget& row, int option)
 {
     const QSignalBlocker blocker(&row);
-    row.SetNumericalValue(isOn ? 1.0 : 0.0);
+    row.SetNumericalValue(option);
 }
 
 } // namespace
@@ -25,9 +25,9 @@ void TSettingsPage::Show(const TStoredSettings& settings)
     for (std::size_t row = 0; row < textRows.size(); ++row) {
         m_rows.at(int(row))->SetTextValue(settings.*textRows.at(row).value);
     }
-    m_rows.at(languageRow)->SetNumericalValue(LanguageRow(settings.language));
+    ShowChoice(*m_rows.at(languageRow), LanguageRow(settings.language));
     for (std::size_t row = 0; row < flagRows.size(); ++row) {
-        ShowFlag(*m_rows.at(firstFlagRow + int(row)), settings.*flagRows.at(row).value);
+        ShowChoice(*m_rows.at(firstFlagRow + int(row)), settings.*flagRows.at(row).value ? 1 : 0);
     }
     for (int row = 0; row < m_notes.size(); ++row) {
         ShowNote(row, {});
@@ -45,7 +45,7 @@ void TSettingsPage::ShowDisplay(const TStoredSettings& settings)
         if (flagRows.at(row).isAtOnce) {
             const bool isOn = settings.*flagRows.at(row).value;
             m_shown.*flagRows.at(row).value = isOn;
-            ShowFlag(*m_rows.at(firstFlagRow + int(row)), isOn);
+            ShowChoice(*m_rows.at(firstFlagRow + int(row)), isOn ? 1 : 0);
         }
     }
 }

@@ -1,5 +1,6 @@
 // The settings page.
 #include "console/settings/Breakable.h"
+#include "console/settings/Languages.h"
 #include "console/settings/TSettingsPage.h"
 #include "console/window/Geometry.h"
 #include "host/TPropertyWidget.h"
@@ -75,6 +76,31 @@ private Q_SLOTS:
         QCOMPARE(saved->positionSource, Sample().positionSource);
         QCOMPARE(saved->language, QString());
         QVERIFY(saved->isNight && saved->isDataExchangeAllowed && !saved->isFullScreen);
+    }
+
+    void showsStoredSettingsWithoutAChoice_data()
+    {
+        QTest::addColumn<QString>("code");
+        for (const console::TLanguage& language : console::languages) {
+            QTest::newRow(language.name) << QString::fromLatin1(language.code);
+        }
+    }
+
+    // The owner stores the settings of DisplayChosen.
+    void showsStoredSettingsWithoutAChoice()
+    {
+        QFETCH(QString, code);
+        TStoredSettings settings = Sample();
+        settings.language = code;
+        settings.isFullScreen = true;
+        settings.isTextLarge = true;
+        TSettingsPage page;
+        int choices = 0;
+        connect(&page, &TSettingsPage::DisplayChosen, [&choices] { ++choices; });
+        page.Show(settings);
+        QCOMPARE(choices, 0);
+        QVERIFY(page.Entered() == settings);
+        QVERIFY(!page.HasChanges());
     }
 
     void savesTheEnteredValues()
