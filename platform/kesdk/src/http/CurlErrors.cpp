@@ -78,9 +78,20 @@ EErrorCode CodeOfVerify(long verifyResult)
 constexpr std::string_view kNoTls[] = {"wrong version number", "packet length too long",
                                        "http request"};
 
+// libcurl's words about a socket that failed under TLS. The rest of the text may be strerror(),
+// which speaks the language of the process.
+constexpr std::string_view kDrop[] = {"Recv failure: ", "Send failure: ", " SSL_connect: "};
+
 bool Holds(std::string_view text, std::string_view part)
 {
     return text.find(part) != std::string_view::npos;
+}
+
+template <std::size_t count>
+bool HoldsAny(std::string_view text, const std::string_view (&parts)[count])
+{
+    return std::any_of(std::begin(parts), std::end(parts),
+                       [text](std::string_view part) { return Holds(text, part); });
 }
 
 } // namespace
@@ -97,13 +108,9 @@ Failure TranslateCurlError(CURLcode code, const CurlFacts& facts)
             meaning = EErrorCode::eClockWrong;
     }
     // A drop during the handshake is not an error of the certificate.
-    else if (code == CURLE_SSL_CONNECT_ERROR &&
-             (Holds(text, "SSL_ERROR_SYSCALL") || Holds(text, "SSL_ERROR_ZERO_RETURN") ||
-              Holds(text, "Connection reset")))
+    else if (code == CURLE_SSL_CONNECT_ERROR && HoldsAny(text, kDrop))
         meaning = EErrorCode::eDropped;
-    else if (code == CURLE_SSL_CONNECT_ERROR &&
-             std::any_of(std::begin(kNoTls), std::end(kNoTls),
-                         [text](std::string_view words) { return Holds(text, words); }))
+    else if (code == CURLE_SSL_CONNECT_ERROR && HoldsAny(text, kNoTls))
         meaning = EErrorCode::eCaptivePortal;
     else if (code == CURLE_COULDNT_CONNECT)
         meaning = CodeOf(kConnectRows, facts.osError, EErrorCode::eUnreachable);
