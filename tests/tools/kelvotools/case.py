@@ -13,6 +13,7 @@ from kelvolink.proxy import Proxy
 from .clock import FakeClock
 
 GUARD_SECONDS = 120  # ends a test that hangs
+PEER_BUFFER_BYTES = 64 * 1024  # else the kernel grows its buffers, by megabytes
 MUCH = 4_000_000  # more than all buffers together hold
 
 
@@ -41,6 +42,8 @@ class Peer:
 
     def __init__(self, reader, writer):
         self._reader, self._writer = reader, writer
+        for option in (socket.SO_SNDBUF, socket.SO_RCVBUF):
+            writer.get_extra_info("socket").setsockopt(socket.SOL_SOCKET, option, PEER_BUFFER_BYTES)
 
     async def send(self, data):
         self._writer.write(data)
