@@ -5,6 +5,7 @@
 #include <soci/postgresql/soci-postgresql.h>
 
 #include <string_view>
+#include <utility>
 
 namespace kelvo::store {
 
@@ -124,20 +125,19 @@ Result Pipeline::flush()
     }
     const std::vector<Sent> all = std::exchange(sent_, {});
     require(PQpipelineSync(&connection_));
-    Result last;
-    Result failure;
+    Result outcome; // the first failure, or the last result
     for (const Sent& sent : all) {
-        last = receive(sent);
-        if (isFailure(last) && !failure) {
-            failure = std::move(last);
+        Result result = receive(sent);
+        if (!outcome || !isFailure(outcome)) {
+            outcome = std::move(result);
         }
     }
     const Result end = next(); // of the synchronisation
     require(PQexitPipelineMode(&connection_));
-    if (failure) {
-        throwError(*failure);
+    if (isFailure(outcome)) {
+        throwError(*outcome);
     }
-    return last;
+    return outcome;
 }
 
 void Pipeline::discard() noexcept
