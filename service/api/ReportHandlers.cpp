@@ -23,7 +23,7 @@ using http::Request;
 using http::Response;
 
 constexpr long long dayMs = 24LL * 3600 * 1000;
-constexpr std::size_t longestAddressBytes = 255;
+constexpr std::size_t longestAddressCharacters = 255;
 
 const nlohmann::json& requireObject(const nlohmann::json& document, const char* member)
 {
@@ -91,8 +91,10 @@ std::string hardwareAddress(const nlohmann::json& document)
         return {};
     }
     std::string address = requireString(document, "hardware_address");
-    if (address.size() > longestAddressBytes || address.find('\0') != std::string::npos) {
-        throw Problem(EProblem::Unprocessable, "A hardware address has at most 255 bytes.");
+    if (countCharacters(address) > longestAddressCharacters ||
+        address.find('\0') != std::string::npos) {
+        throw Problem(EProblem::Unprocessable,
+                      "A hardware address has at most 255 characters, and no NUL.");
     }
     return address;
 }
