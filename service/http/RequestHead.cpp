@@ -30,11 +30,6 @@ constexpr unsigned http11 = 11;
 
 constexpr const char* methodOverride = "X-HTTP-Method-Override";
 
-bool isMethod(std::string_view text)
-{
-    return std::all_of(text.begin(), text.end(), [](char c) { return c >= 'A' && c <= 'Z'; });
-}
-
 bool isDigit(char c)
 {
     return c >= '0' && c <= '9';
@@ -76,6 +71,19 @@ std::string_view withoutOrigin(std::string_view target)
 std::string_view viewOf(boost::beast::string_view text)
 {
     return {text.data(), text.size()};
+}
+
+using Message = beast_http::request_header<>;
+
+/** Proxies repeat any request but a POST. So only a POST can become another method. */
+bool hasOneMethod(const Message& message)
+{
+    const std::string_view method = viewOf(message[methodOverride]);
+    const bool isWord =
+        std::all_of(method.begin(), method.end(), [](char c) { return c >= 'A' && c <= 'Z'; });
+    return message.count(methodOverride) <= 1 && isWord &&
+           (method.empty() || message.method() == beast_http::verb::post ||
+            method == viewOf(message.method_string()));
 }
 
 } // namespace
@@ -131,7 +139,7 @@ EHeadState HeadParser::checkFields() const
     const bool isOld = message.version() < http11;
     const std::size_t hosts = message.count(field::host);
     if (hosts > 1 || (hosts == 0 && !isOld) || !isHost(viewOf(message[field::host])) ||
-        !isMethod(viewOf(message[methodOverride]))) {
+        !hasOneMethod(message)) {
         return EHeadState::Malformed;
     }
     const std::size_t codings = message.count(field::transfer_encoding);
@@ -151,7 +159,7 @@ RequestHead HeadParser::take()
     auto message = parser_->beast.release();
     head.method = std::string(message.method_string());
     head.isHeadLine = head.method == "HEAD";
-    if (const auto override = message[methodOverride]; !override.empty() && head.method == "POST") {
+    if (const auto override = message[methodOverride]; !override.empty()) {
         head.method = std::string(override);
     }
     const std::string_view target = withoutOrigin(viewOf(message.target()));

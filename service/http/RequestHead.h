@@ -14,7 +14,7 @@ namespace kelvo::http {
 /** The part of a request before its body. */
 struct RequestHead
 {
-    std::string method; // of X-HTTP-Method-Override, if the request has it
+    std::string method; // of X-HTTP-Method-Override, if a POST has it
     std::string path;   // still percent-encoded
     std::string query;  // without the '?'
     boost::beast::http::fields fields;

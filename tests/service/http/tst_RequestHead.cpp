@@ -82,9 +82,19 @@ TEST(RequestHead, TakesTheMethodFromItsOverride)
         parse("POST / HTTP/1.1\r\nHost: h\r\nX-HTTP-Method-Override: PATCH\r\n\r\n");
     EXPECT_EQ(head.method, "PATCH");
     EXPECT_FALSE(head.isHeadLine);
-    EXPECT_TRUE(
-        parse("HEAD / HTTP/1.1\r\nHost: h\r\nX-HTTP-Method-Override: GET\r\n\r\n").isHeadLine);
     EXPECT_EQ(stateOf("POST / HTTP/1.1\r\nHost: h\r\nX-HTTP-Method-Override: a\"b\r\n\r\n"),
+              EHeadState::Malformed);
+}
+
+TEST(RequestHead, NamesNoTwoMethods)
+{
+    const std::string start = " / HTTP/1.1\r\nHost: h\r\nX-HTTP-Method-Override: ";
+    for (const char* method : {"GET", "HEAD", "PATCH", "DELETE"}) {
+        EXPECT_EQ(stateOf(method + start + "PUT\r\n\r\n"), EHeadState::Malformed) << method;
+        EXPECT_EQ(parse(method + start + method + "\r\n\r\n").method, method);
+        EXPECT_EQ(parse(method + start + "\r\n\r\n").method, method);
+    }
+    EXPECT_EQ(stateOf("POST" + start + "PATCH\r\nX-HTTP-Method-Override: DELETE\r\n\r\n"),
               EHeadState::Malformed);
 }
 
