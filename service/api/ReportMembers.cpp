@@ -69,7 +69,7 @@ Json pick(const nlohmann::json& document, const Members& members)
     for (const char* name : members.numbers) {
         const auto found = document.find(name);
         if (found != document.end() && found->is_number_integer()) {
-            picked[name] = found->get<long long>();
+            picked[name] = *found;
         }
     }
     return picked;

@@ -36,7 +36,7 @@ class ConsoleTest(WireTest):
 class Consoles(ConsoleTest):
     def test_a_console_is_listed_with_its_last_reports(self):
         self.environment(self.olga, console_string="old")
-        self.environment(self.olga, console_string="Console 12", number5=4, secret="x")
+        self.environment(self.olga, console_string="Console 12", number4=2 ** 63, number5=4, secret="x")
         for state, address in ((1, ""), (1, "00:11"), (0, "00:11")):
             self.olga.request("PUT", "/devices", 204, json={"timestamp_ms": self.now * 1000 + state, "state": state, "flag": True,
                                                             "device": {"hardware_address": address, "kind": "Boom"}})
@@ -45,7 +45,7 @@ class Consoles(ConsoleTest):
         console = self.console(ADDRESS)
         self.assertEqual((console["console_string"], console["operator"]["name"]), ("Console 12", "olga"))
         self.assertEqual(console["environment"]["console"], {"console_string": "Console 12", "hardware_address": ADDRESS,
-                                                             "kind": "Controller", "number5": 4})
+                                                             "kind": "Controller", "number4": 2 ** 63, "number5": 4})
         self.assertEqual(console["environment"]["timestamp_ms"], self.now * 1000)
         self.assertEqual([(report["state"], report["device"]["hardware_address"]) for report in console["devices"]],
                          [(1, ""), (0, "00:11")])
