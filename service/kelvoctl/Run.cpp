@@ -28,7 +28,7 @@ void addGlobalOptions(CLI::App& line, CommandContext& context)
     line.add_option("--ca", context.ca,
                     "Certificate of the service's authority; login stores it. Without it the "
                     "system's authorities are trusted")
-        ->check(CLI::ExistingFile)
+        ->check(CLI::ExistingFile.description(""))
         ->type_name("FILE");
     line.add_option("--session", context.sessionFile,
                     "File with the session (default: ~/.config/kelvoctl/session.json)")

@@ -349,6 +349,7 @@ class Commands(KelvoctlTest):
     def test_help_succeeds_and_wrong_usage_fails(self):
         tool = self.tool()
         out = tool.run("--help")[0]
+        self.assertRegex(out, r"--ca FILE\s")
         for command in ("login", "farm", "user", "ls", "put", "get", "rm", "bin", "consoles", "track", "watch", "audit", "passwd",
                         "session", "mv"):
             self.assertIn(command, out)
