@@ -6,7 +6,7 @@
 #include "service/store/UploadTable.h"
 #include "tests/service/support/ApiFixture.h"
 #include "tests/service/support/FailingSync.h"
-#include "tests/service/support/TcpPair.h"
+#include "tests/service/support/IdleRequest.h"
 
 #include <gmock/gmock.h>
 #include <soci/soci.h>
@@ -40,6 +40,12 @@ protected:
     {
         const auto receiver = folderContents.receive(upload.id);
         return loop.run(finishUpload(context, upload, *receiver, "192.0.2.1")).upload;
+    }
+
+    void setDisabled(bool disabled)
+    {
+        database.writeNow(
+            [this, disabled](store::Transaction& t) { store::setDisabled(t, user.id, disabled); });
     }
 };
 
@@ -114,10 +120,6 @@ TEST_F(FinishUpload, StoresEqualContentsOnce)
 TEST_F(FinishUpload, RestoresTheUploadWhenItCannotBeCommitted)
 {
     const store::Upload upload = received("a.zip", "abc", {inbox.id});
-    const auto setDisabled = [this](bool disabled) {
-        database.writeNow(
-            [this, disabled](store::Transaction& t) { store::setDisabled(t, user.id, disabled); });
-    };
     setDisabled(true);
     EXPECT_THROW(finish(upload), http::Problem);
     EXPECT_TRUE(files().empty());
@@ -185,7 +187,7 @@ TEST_F(FinishUpload, KeepsTheContentOfAnotherFileWhenItFails)
 {
     finish(received("a.zip", "abc", {inbox.id}));
     const store::Upload second = received("b.zip", "abc", {inbox.id});
-    database.writeNow([this](store::Transaction& t) { store::setDisabled(t, user.id, true); });
+    setDisabled(true);
     EXPECT_THROW(finish(second), http::Problem);
     EXPECT_THAT(contents.digests(), testing::ElementsAre(sha256Hex("abc")));
 }
@@ -201,24 +203,11 @@ TEST_F(FinishUpload, WarnsOnlyTheOfficeAboutADuplicateName)
     EXPECT_TRUE(finish(received("b.zip", "ghi", {inbox.id})).warnings.empty());
 }
 
-/** A request that sends nothing; used to take an upload from another request. */
-struct IdleRequest
-{
-    explicit IdleRequest(asio::io_context& io) : pair(io) {}
-
-    test::TcpPair pair;
-    const http::Limits limits;
-    const http::RequestHead head;
-    std::string early;
-    http::BodyReader body{*pair.server, limits, head, early};
-    http::Request request{head, body, limits, "127.0.0.1"};
-};
-
 TEST_F(FinishUpload, KeepsAFinishedUploadThatIsDeletedMeanwhile)
 {
     const store::Upload upload = received("a.zip", "abc", {inbox.id});
-    IdleRequest last(loop.io());
-    IdleRequest deletion(loop.io());
+    test::IdleRequest last(loop.io());
+    test::IdleRequest deletion(loop.io());
     auto hold = loop.run(activeUploads.take(upload.id, last.body));
     std::optional<http::EProblem> refusal;
     const auto deleteIt = [&]() -> Async<void> {
@@ -246,7 +235,7 @@ protected:
     /** The answer to a HEAD, or to a repeated creation without a body. */
     Progress inspect(const store::Upload& upload, decltype(stopAndInspect)* step = stopAndInspect)
     {
-        IdleRequest idle(loop.io());
+        test::IdleRequest idle(loop.io());
         return loop.run(step(context, idle.request, upload));
     }
 };
@@ -268,10 +257,6 @@ TEST_F(InspectUpload, FinishesAWholeUpload)
 TEST_F(InspectUpload, DoesNotTellTheFullOffsetIfItCannotFinish)
 {
     const store::Upload upload = received("a.zip", "abc", {inbox.id});
-    const auto setDisabled = [this](bool disabled) {
-        database.writeNow(
-            [this, disabled](store::Transaction& t) { store::setDisabled(t, user.id, disabled); });
-    };
     setDisabled(true);
     for (auto* step : {stopAndInspect, resumeCreation}) {
         EXPECT_THROW(inspect(upload, step), http::Problem);
