@@ -105,10 +105,12 @@ function sizes(): Plugin {
 
 export default defineConfig({
   oxc: {jsx: {runtime: 'automatic', importSource: 'preact'}},
-  // The page unpacks archives with fflate. The library for task data also brings jszip, which the page does not call.
-  resolve: {alias: {jszip: join(import.meta.dirname, 'src/map/no_jszip.ts')}},
+  // Two parts of libraries that the page does not need. It unpacks archives with fflate, but the library for task data also
+  // brings jszip. And proj4 adds each projection of its list, `../projs`.
+  resolve: {alias: {jszip: join(import.meta.dirname, 'src/map/no_jszip.ts'), '../projs': join(import.meta.dirname, 'src/map/projections.ts')}},
+  ssr: {resolve: {mainFields: ['module']}}, // The tests in Node.js read the same files of proj4 as the page.
   build: {assetsInlineLimit: 0, modulePreload: {polyfill: false}, target: 'es2022'},
   worker: {format: 'es', plugins: () => [packageNames()]},
   plugins: [packageNames(), licences(), compressedForms(), sizes()],
-  test: {include: ['tests/{unit,files}/**/*.test.ts'], setupFiles: ['tests/unit/browser.ts'], testTimeout: 30_000, server: {deps: {inline: ['isoxml']}}},
+  test: {include: ['tests/{unit,files}/**/*.test.ts'], setupFiles: ['tests/unit/browser.ts'], testTimeout: 30_000, server: {deps: {inline: ['isoxml', 'proj4', 'shpjs']}}},
 } as Parameters<typeof defineConfig>[0]);

@@ -34,11 +34,13 @@ export class ServiceError extends Error {
     super(problem?.detail ?? 'no answer');
   }
 
-  /** The last part of the problem's type, for example "not-found". */
   get kind(): string {
-    return this.problem?.type.replace(/^.*:/, '') ?? 'no-answer';
+    return this.problem ? kindOf(this.problem) : 'no-answer';
   }
 }
+
+/** The last part of the problem's type, for example "not-found". */
+export const kindOf = ({type}: Problem): string => type.replace(/^.*:/, '');
 
 /** Somebody else has done the same. */
 export function ignoreMissing(error: unknown): void {
@@ -63,7 +65,7 @@ export async function documentOf<T>(request: Promise<Answer<T>>): Promise<T> {
 }
 
 /** A proxy before the service may answer with HTML instead. */
-const isProblem = (document: unknown): document is Problem =>
+export const isProblem = (document: unknown): document is Problem =>
   typeof document === 'object' && document !== null && 'type' in document && typeof document.type === 'string';
 
 /** The address of the next page of a list, from the answer's `Link`. */

@@ -69,7 +69,7 @@ export type Note =
   | {kind: 'more' | 'leftOut'; name: ''; count: number};
 
 export type RefusalKind = 'tooLarge' | 'unpacksTooLarge' | 'notArchive' | 'entities' | 'damaged' | 'tooLong'
-  | 'noProjection' | 'tooDetailed';
+  | 'noProjection' | 'unknownProjection' | 'tooDetailed';
 
 /** The reason why a file, or a part of an archive, is not drawn. */
 export class Refusal extends Error {

@@ -29,7 +29,8 @@ export function readShapefile({files}: Archive, path: string): Found {
   const layer = layerOf(name, features as Feature[]);
   if (!layer) return {layers: [], notes: [], fields: []};
   const [west, south, east, north] = layer.extent;
-  if (!(west >= -180 && east <= 180 && south >= -90 && north <= 90)) throw new Refusal('noProjection');
+  // The library leaves the numbers as they are if it does not know the projection.
+  if (!(west >= -180 && east <= 180 && south >= -90 && north <= 90)) throw new Refusal(projection ? 'unknownProjection' : 'noProjection');
   return {layers: [layer], fields: [], notes: projection ? [] : [{kind: 'assumedDegrees', name}]};
 }
 

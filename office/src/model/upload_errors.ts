@@ -1,12 +1,13 @@
 // Why an upload failed, and whether another attempt may succeed.
 import type {DetailedError, HttpRequest, HttpResponse} from 'tus-js-client';
 import {backoffMs} from '../api/backoff';
+import {isProblem, type Problem} from '../api/client';
 import type {Difference} from './stored_copy';
 
 /** Why a file was not sent, waits for the next attempt, or was not compared. */
 export type Failure =
-  /** In the service's own sentence; empty if the answer has none. */
-  | {kind: 'refused'; detail: string}
+  /** `problem` is undefined if the answer has none. */
+  | {kind: 'refused'; problem: Problem | undefined}
   | {kind: 'noAnswer'}
   | {kind: 'unreadable'}
   | Difference;
@@ -41,7 +42,7 @@ export const pauseMs = (error: UploadError, failures: number): number =>
 
 export async function failureOf(error: UploadError, file: Blob): Promise<Failure> {
   const response = responseOf(error);
-  if (response && response.getStatus() >= 400) return {kind: 'refused', detail: detailOf(response.getBody())};
+  if (response && response.getStatus() >= 400) return {kind: 'refused', problem: problemOf(response.getBody())};
   return {kind: await isReadable(file) ? 'noAnswer' : 'unreadable'};
 }
 
@@ -52,10 +53,11 @@ function responseOf(error: UploadError): HttpResponse | null | undefined {
 
 const isReadable = (file: Blob): Promise<boolean> => file.slice(0, 1).arrayBuffer().then(() => true, () => false);
 
-function detailOf(body: string): string {
+function problemOf(body: string): Problem | undefined {
   try {
-    return (JSON.parse(body) as {detail?: string}).detail ?? '';
+    const document: unknown = JSON.parse(body);
+    return isProblem(document) ? document : undefined;
   } catch {
-    return '';
+    return undefined;
   }
 }

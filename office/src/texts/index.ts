@@ -1,4 +1,5 @@
 // Texts, numbers and times in the language of the browser.
+import {kindOf, type Problem} from '../api/client';
 import type en from './en.json';
 
 export type TextKey = keyof typeof en;
@@ -39,6 +40,14 @@ export function t(key: TextKey, values: Readonly<Record<string, string | number>
 export function projectName(name: string): string {
   const key = `project.${name}`;
   return key in texts ? t(key as TextKey) : name;
+}
+
+/** Why the service refused: by the problem's sentence or its kind, otherwise in the service's own words. */
+export function refusalText(problem: Problem | undefined): string {
+  if (!problem) return t('error.noAnswer');
+  const {detail} = problem;
+  const known = [`problem.${detail}`, `problem.${kindOf(problem)}`].find((key) => key in texts) ?? 'problem.other';
+  return t(known as TextKey, {detail});
 }
 
 const units = ['byte', 'kilobyte', 'megabyte', 'gigabyte'] as const;

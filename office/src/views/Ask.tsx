@@ -2,7 +2,7 @@
 import {useSignal} from '@preact/signals';
 import {useEffect, useRef} from 'preact/hooks';
 import {ServiceError} from '../api/client';
-import {t} from '../texts';
+import {refusalText, t} from '../texts';
 
 export interface Field {
   name: string;
@@ -37,7 +37,7 @@ export function Ask({question: {title, text, fields, doText, onDo}, onEnd}: {que
       box.current?.close();
     } catch (problem) {
       if (!(problem instanceof ServiceError)) throw problem;
-      error.value = problem.problem?.detail ?? t('error.noAnswer');
+      error.value = refusalText(problem.problem);
     } finally {
       isBusy.value = false;
     }

@@ -2,7 +2,7 @@
 import {useSignal} from '@preact/signals';
 import {ServiceError} from '../api/client';
 import {isEnded, logIn} from '../model/session';
-import {t} from '../texts';
+import {refusalText, t} from '../texts';
 
 export function Login() {
   const error = useSignal('');
@@ -47,6 +47,6 @@ function loginError(error: unknown): string {
     case 'login-throttled':
       return t('login.throttled', {seconds: error.retryAfterS ?? 60});
     default:
-      return error.problem?.detail ?? t('error.noAnswer');
+      return refusalText(error.problem);
   }
 }

@@ -4,7 +4,7 @@ import {findLeftUploads, isSame, leftUploads, removeLeft, unlist, type LeftUploa
 import {isUnfinished, pause, remove, resume, send, sendings, type Sending} from '../model/sending';
 import type {Failure} from '../model/upload_errors';
 import {inboxes, user} from '../model/farm';
-import {t} from '../texts';
+import {refusalText, t} from '../texts';
 import {tell} from './Toast';
 
 export function Sendings() {
@@ -76,5 +76,6 @@ function stateText({state, file, sentBytes, failure}: Sending): string {
 }
 
 function reasonOf(failure: Exclude<Failure, {kind: 'notCompared'}>): string {
-  return failure.kind === 'refused' ? failure.detail || t('send.refused') : t(`send.${failure.kind}`);
+  if (failure.kind !== 'refused') return t(`send.${failure.kind}`);
+  return failure.problem ? refusalText(failure.problem) : t('send.refused');
 }

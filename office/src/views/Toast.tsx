@@ -1,7 +1,7 @@
 // A short message at the bottom of the page, with a way back where there is one.
 import {signal} from '@preact/signals';
 import {ServiceError} from '../api/client';
-import {t} from '../texts';
+import {refusalText, t} from '../texts';
 
 interface Message {
   text: string;
@@ -20,10 +20,10 @@ export function tell(text: string, undo?: () => void): void {
   }, shownMs);
 }
 
-/** Tells why the service refused, in the service's own words. */
+/** Tells why the service refused. */
 export function tellError(error: unknown): void {
   if (!(error instanceof ServiceError)) throw error;
-  tell(error.problem?.detail ?? t('error.noAnswer'));
+  tell(refusalText(error.problem));
 }
 
 export function Toast() {

@@ -221,7 +221,7 @@ describe('the bin', () => {
     await row(page, 'e.zip').waitFor();
     let answered = 0;
     const refuse = (first: number) => page.route('**/kelvo-api/v1/bin/*{,/restore}', (route) => (++answered < first
-      ? route.continue() : route.fulfill({status: 503, json: {type: 'urn:kelvo:busy', detail: `Refused at ${answered}.`}})));
+      ? route.continue() : route.fulfill({status: 409, json: {type: 'urn:kelvo:problem:conflict', detail: `Refused at ${answered}.`}})));
 
     await refuse(1);
     await button(page, 'Restore d.zip').click();

@@ -170,6 +170,22 @@ describe('a shapefile', () => {
       [{kind: 'refused', name: 'map.shp', refusal: 'noProjection'}]);
     expect((await read('a.zip', shapefile([[5, 51, 5.001, 51.001]], [1]))).notes).toEqual([{kind: 'assumedDegrees', name: 'map'}]);
   });
+
+  it('with a projection that the page does not know is refused', async () => {
+    const robinson = mercator.replace('Transverse_Mercator', 'Robinson');
+    expect((await read('a.zip', shapefile([[500_000, 5_700_000, 500_100, 5_700_200]], [1], robinson))).notes).toEqual(
+      [{kind: 'refused', name: 'map.shp', refusal: 'unknownProjection'}]);
+  });
+
+  it('in Lambert\'s conformal conic projection is drawn in its place', async () => {
+    const lambert = 'PROJCS["RGF93 / Lambert-93",GEOGCS["RGF93",DATUM["Reseau_Geodesique_Francais_1993",SPHEROID["GRS 1980",6378137,298.257222101]],'
+      + 'PRIMEM["Greenwich",0],UNIT["degree",0.0174532925199433]],PROJECTION["Lambert_Conformal_Conic_2SP"],PARAMETER["standard_parallel_1",49],'
+      + 'PARAMETER["standard_parallel_2",44],PARAMETER["latitude_of_origin",46.5],PARAMETER["central_meridian",3],'
+      + 'PARAMETER["false_easting",700000],PARAMETER["false_northing",6600000],UNIT["metre",1]]';
+    const {layers: [layer]} = await read('a.zip', shapefile([[700_000, 6_600_000, 700_100, 6_600_100]], [1], lambert));
+    expect(layer?.extent[0]).toBeCloseTo(3, 7);
+    expect(layer?.extent[1]).toBeCloseTo(46.5, 7);
+  });
 });
 
 describe('many shapes', () => {

@@ -1,6 +1,7 @@
 // Texts, numbers and places of the page.
 import {describe, expect, it} from 'vitest';
-import {chooseLanguage, dateText, numberText, projectName, sizeText, t} from '../../src/texts';
+import type {Problem} from '../../src/api/client';
+import {chooseLanguage, dateText, numberText, projectName, refusalText, sizeText, t} from '../../src/texts';
 import de from '../../src/texts/de.json';
 import en from '../../src/texts/en.json';
 import es from '../../src/texts/es.json';
@@ -33,6 +34,21 @@ describe('the texts', () => {
     expect(chooseLanguage(['pt-PT'])).toBe('pt-BR');
     expect(chooseLanguage(['nl'])).toBe('en');
     expect(chooseLanguage([])).toBe('en');
+  });
+
+  it('name a refusal by its sentence or its kind, and otherwise quote the service', () => {
+    const refusal = (kind: string, detail: string) => refusalText({type: `urn:kelvo:problem:${kind}`, detail} as Problem);
+    expect(refusal('forbidden', 'The current password is wrong.')).toBe(en['problem.The current password is wrong.']);
+    expect(refusal('not-found', 'No user has this id.')).toBe('This no longer exists.');
+    expect(refusal('conflict', 'Something else.')).toBe('Something else.');
+    expect(refusalText(undefined)).toBe('The service does not answer. Try again later.');
+  });
+
+  it('translate only sentences and kinds that the service has', () => {
+    const service = Object.values(import.meta.glob('../../../service/{api,http,store}/*.cpp', {query: '?raw', import: 'default', eager: true})).join('\n');
+    const known = Object.keys(en).filter((key) => key.startsWith('problem.') && key !== 'problem.other');
+    expect(known.length).toBeGreaterThan(5);
+    for (const key of known) expect(service).toContain(JSON.stringify(key.slice('problem.'.length)));
   });
 
   it('show a value as it is', () => {

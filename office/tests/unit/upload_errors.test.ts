@@ -17,12 +17,13 @@ describe('a failed upload', () => {
     } catch (error) {
       cause = error;
     }
-    expect(await failureOf(errorOf(cause, null), file)).toEqual({kind: 'refused', detail: ''});
+    expect(await failureOf(errorOf(cause, null), file)).toEqual({kind: 'refused', problem: undefined});
   });
 
   it('was refused in the words of the service', async () => {
-    const response = responseOf(507, JSON.stringify({detail: 'The quota is full.'}));
-    expect(await failureOf(errorOf(null, response), file)).toEqual({kind: 'refused', detail: 'The quota is full.'});
+    const problem = {type: 'urn:kelvo:problem:quota-exceeded', detail: 'The quota is full.'};
+    const response = responseOf(507, JSON.stringify(problem));
+    expect(await failureOf(errorOf(null, response), file)).toEqual({kind: 'refused', problem});
   });
 
   it('has no answer if the network fails, or if a portal redirects it', async () => {
