@@ -169,13 +169,16 @@ private Q_SLOTS:
         QFETCH(double, textFactor);
         const QSize size = SetDisplay(pixels, textFactor);
         const TInLanguage inLanguage(code);
-        QWidget window;
+        QWidget page;
+        console::TMainWindow window;
+        window.AddPage(&page, QString());
+        window.ShowPage(&page);
         window.resize(size);
         window.show();
         const QString name =
             QStringLiteral("north_field_2026_nitrogen_prescription_second_try.zip");
         TMessageDialog dialog(
-            &window, QCoreApplication::translate("TKelvoFileControlWidget", "File Transfer"),
+            &page, QCoreApplication::translate("TKelvoFileControlWidget", "File Transfer"),
             QCoreApplication::translate("TKelvoFileControlWidget", "Downloading %1").arg(name),
             TMessageDialog::eOperation, false, QPixmap());
         dialog.ShowWindow(true);

@@ -2,6 +2,7 @@
 // outcome's sign.
 #include "TDialog.h"
 #include "host/TWindow.h"
+#include "hostimpl/Display.h"
 #include "hostimpl/Theme.h"
 #include "hostimpl/TransferProgress.h"
 #include "support/WidgetTestMain.h"
@@ -18,6 +19,7 @@ private Q_SLOTS:
     void showsTheOutcomeBySignAndColour();
     void theBusyIndicatorStopsWhileHidden();
     void showsTheTransferWhileTheOperationRuns();
+    void showsTheTransferInFullBesideALongMessage();
     void showsTheOutcomeOfOneMessage();
 };
 
@@ -104,6 +106,29 @@ void tst_DialogProgress::showsTheTransferWhileTheOperationRuns()
     dialog.dialog.EnableButton(TMessageDialog::eButton0, true);
     QVERIFY(!transfer->isVisible());
     hostimpl::SetTransferProgress({});
+}
+
+// On the page of the lowest display, with large texts.
+void tst_DialogProgress::showsTheTransferInFullBesideALongMessage()
+{
+    const hostimpl::TDisplay& display = hostimpl::DisplayOf(QSize(800, 480));
+    hostimpl::SetTextSize(display.PixelMillimetres() * display.scale, 1.15);
+    QWidget page;
+    page.resize(640, 404);
+    page.show();
+    TMessageDialog dialog(&page, QStringLiteral("Title"), QString(300, QLatin1Char('n')),
+                          TMessageDialog::eOperation, false, QPixmap());
+    dialog.ShowWindow(true);
+    dialog.EnableButton(TMessageDialog::eButton0, false);
+    hostimpl::SetTransferProgress(hostimpl::TTransferState{
+        42, QStringLiteral("1.2 of 2.8 MB  file 3 of 12\nNothing moves. Waiting until 10:37."),
+        false});
+    QCoreApplication::processEvents();
+    const auto& transfer = *dialog.findChild<TTransferProgress*>();
+    QVERIFY(transfer.height() >= transfer.HeightFor(transfer.width()));
+    QVERIFY(dialog.findChild<TMessageText*>()->height() >= dialog.fontMetrics().height());
+    hostimpl::SetTransferProgress({});
+    hostimpl::SetTextSize(hostimpl::DISPLAYS[0].PixelMillimetres(), 1.0);
 }
 
 void tst_DialogProgress::showsTheOutcomeOfOneMessage()

@@ -60,7 +60,7 @@ public:
     void UpdateMessageSign(bool isShown);
     void FollowTransfer();
     bool IsBuilt() const { return m_text != nullptr; }
-    int Height(int width) const;
+    QSize SizeWithin(const QSize& available) const;
     void Answer(const TButtonRow& row);
     bool HasEnabledButton() const;
     bool IsButtonFocused() const;
@@ -83,6 +83,8 @@ public:
 
 private:
     void BuildButtons(QVBoxLayout& column);
+    int Height(int width) const;
+    int TransferHeight(int width) const;
 
     TMessageDialog& m_dialog;
     QLabel* m_title = nullptr;
@@ -224,9 +226,23 @@ int TMessageDialog::TContent::Height(int width) const
                                   m_busy == nullptr ? 0 : m_busy->height(), pixmap.height()});
     const int top =
         std::max(m_title->sizeHint().height(), type == eAcknowledge ? m_sign->height() : 0);
-    const int transfer = m_transfer == nullptr ? 0 : m_transfer->HeightFor(width - 2 * MARGIN);
+    const int transfer = TransferHeight(width);
     const int gaps = transfer == 0 ? 3 * MARGIN : 3 * MARGIN + MARGIN / 2;
     return top + content + transfer + hostimpl::TOUCH_SIZE + gaps;
+}
+
+int TMessageDialog::TContent::TransferHeight(int width) const
+{
+    return m_transfer == nullptr ? 0 : m_transfer->HeightFor(width - 2 * MARGIN);
+}
+
+// On a low display the title leaves its place to the text of the transfer.
+QSize TMessageDialog::TContent::SizeWithin(const QSize& available) const
+{
+    const int width = std::min(WIDTH, available.width());
+    const int height = Height(width);
+    m_title->setVisible(height <= available.height() || TransferHeight(width) == 0);
+    return {width, std::min(height, available.height())};
 }
 
 TMessageDialog::TMessageDialog(QWidget* parent, const QString& title, const QString& message,
@@ -311,8 +327,7 @@ QSize TMessageDialog::SizeWithin(const QSize& available) const
     if (m_content->isFullScreen || !m_content->IsBuilt()) {
         return available;
     }
-    const int width = std::min(WIDTH, available.width());
-    return {width, std::min(m_content->Height(width), available.height())};
+    return m_content->SizeWithin(available);
 }
 
 // The focus starts on the button that changes nothing: No for a question, otherwise button 0.

@@ -4,6 +4,7 @@
 #include "hostimpl/TransferProgress.h"
 
 #include <QtCore/QList>
+#include <QtGui/QFontMetrics>
 #include <QtWidgets/QVBoxLayout>
 
 #include <optional>
@@ -11,7 +12,9 @@
 
 namespace {
 
-constexpr int GAP = 8;
+constexpr int GAP = 4;
+constexpr int LEAST_STRETCH = 60;
+constexpr int STRETCH_STEP = 5;
 
 std::optional<hostimpl::TTransferState>& Current()
 {
@@ -74,7 +77,25 @@ bool TTransferProgress::IsMoving() const
 int TTransferProgress::HeightFor(int width) const
 {
     const int bar = m_bar.isHidden() ? 0 : m_bar.height() + GAP;
-    return isHidden() ? 0 : bar + m_text.heightForWidth(width);
+    return isHidden() ? 0 : bar + TextHeight(FontFor(width), width);
+}
+
+int TTransferProgress::TextHeight(const QFont& font, int width) const
+{
+    const QRect room(0, 0, width, QWIDGETSIZE_MAX);
+    return QFontMetrics(font).boundingRect(room, Qt::TextWordWrap, m_text.text()).height();
+}
+
+// Narrower letters of the same height if the text then needs fewer lines.
+QFont TTransferProgress::FontFor(int width) const
+{
+    QFont narrow = hostimpl::ThemeFont(hostimpl::EFont::eBody);
+    QFont font = narrow;
+    narrow.setStretch(LEAST_STRETCH);
+    while (font.stretch() > LEAST_STRETCH && TextHeight(font, width) > TextHeight(narrow, width)) {
+        font.setStretch(font.stretch() - STRETCH_STEP);
+    }
+    return font;
 }
 
 void TTransferProgress::Refresh()
@@ -86,8 +107,15 @@ void TTransferProgress::Refresh()
         m_text.setText(Current()->text);
     }
     setVisible(isShown);
+    m_text.setFont(FontFor(width()));
     const TLook look(HeightFor(width()), IsMoving());
     if (look != std::exchange(m_look, look)) {
         Q_EMIT Changed();
     }
+}
+
+void TTransferProgress::resizeEvent(QResizeEvent* event)
+{
+    QWidget::resizeEvent(event);
+    m_text.setFont(FontFor(width()));
 }

@@ -35,8 +35,14 @@ Q_SIGNALS:
     // takes time to compute.
     void Changed();
 
+protected:
+    void resizeEvent(QResizeEvent* event) override;
+
 private:
     using TLook = std::pair<int, bool>; // the height, 0 while it is hidden, and IsMoving()
+
+    int TextHeight(const QFont& font, int width) const;
+    QFont FontFor(int width) const;
 
     TProgressBar m_bar;
     QLabel m_text;
