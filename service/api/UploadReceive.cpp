@@ -61,6 +61,17 @@ Async<long long> receivedSize(Context& context, const store::Upload& upload)
     co_return static_cast<long long>(size);
 }
 
+/**
+ * The state of an upload. The bytes come before the row: if another instance finishes the upload in
+ * between, its bytes are gone and only the row tells its length.
+ */
+Async<Progress> progressOf(Context& context, const store::Upload& upload)
+{
+    const long long size = co_await receivedSize(context, upload);
+    store::Upload stored = co_await reload(context, upload.id);
+    co_return Progress{stored, stored.finished ? stored.lengthBytes : size, {}};
+}
+
 /** Stores the length that this part names, if the creation did not name it. */
 Async<void> setLateLength(Context& context, const http::Request& request, store::Upload& upload,
                           long long offset)
@@ -72,8 +83,9 @@ Async<void> setLateLength(Context& context, const http::Request& request, store:
     if (upload.lengthBytes != store::unknownLength || *length < offset) {
         throw Problem(EProblem::MalformedRequest, "The upload has another length.");
     }
-    if (const long long size = co_await receivedSize(context, upload); size != offset) {
-        throwWrongOffset(size);
+    const Progress progress = co_await progressOf(context, upload);
+    if (progress.offset != offset) {
+        throwWrongOffset(progress.offset);
     }
     auto change = [&context, &upload, &length](store::Transaction& transaction) {
         claimQuota(transaction, context.settings.quotas, upload, *length);
@@ -155,9 +167,12 @@ Async<bool> receiveInto(Context& context, http::Request& request, const store::U
 std::unique_ptr<content::Receiver> openReceiver(Context& context, const http::Request& request,
                                                 const store::Upload& upload, long long offset)
 {
-    const auto requireOffset = [offset](std::uint64_t found) {
+    const auto requireOffset = [&context, &upload, offset](std::uint64_t found) {
         if (static_cast<long long>(found) != offset) {
-            throwWrongOffset(static_cast<long long>(found));
+            const auto stored = context.database.readNow(
+                [&upload](soci::session& sql) { return store::uploadById(sql, upload.id); });
+            const bool isFinished = stored && stored->finished; // by another instance meanwhile
+            throwWrongOffset(isFinished ? stored->lengthBytes : static_cast<long long>(found));
         }
     };
     // The size is checked first: a wrong offset must not cost digesting the present bytes.
@@ -199,22 +214,23 @@ Async<Progress> appendPart(Context& context, http::Request& request, store::Uplo
  * The offset of a held upload. A crash or a failed commit may have left a whole upload without its
  * files. A client takes the full offset for success, so the upload is finished first.
  */
-Async<Progress> inspectHeld(Context& context, http::Request& request, const store::Upload& upload)
+Async<Progress> inspectHeld(Context& context, http::Request& request, Progress progress)
 {
-    const long long size = co_await receivedSize(context, upload);
-    if (size != upload.lengthBytes || upload.isPartial() || upload.isFinal()) {
-        co_return Progress{upload, size, {}};
+    const store::Upload& upload = progress.upload;
+    const bool mayFinish = !upload.finished && !upload.isPartial() && !upload.isFinal();
+    if (!mayFinish || progress.offset != upload.lengthBytes) {
+        co_return progress;
     }
     const auto memory = co_await context.transferMemory.take(
         upload.farm, context.contents.receiverMemory(upload.lengthBytes), &request.body);
     auto open = [&context, &upload] { return context.contents.receive(upload.id); };
     const auto receiver = co_await context.contentPool.run(open);
-    if (const auto offset = static_cast<long long>(receiver->offset()); offset != size) {
-        co_return Progress{upload, offset, {}}; // another process has changed it meanwhile
+    if (static_cast<long long>(receiver->offset()) != progress.offset) {
+        co_return co_await progressOf(context, upload); // another process has changed it meanwhile
     }
     FinishedUpload finished =
         co_await finishUpload(context, upload, *receiver, request.peerAddress);
-    co_return Progress{finished.upload, size, {}}; // the bytes are of earlier requests
+    co_return Progress{finished.upload, progress.offset, {}}; // the bytes are of earlier requests
 }
 
 } // namespace
@@ -222,11 +238,8 @@ Async<Progress> inspectHeld(Context& context, http::Request& request, const stor
 Async<Progress> stopAndInspect(Context& context, http::Request& request, store::Upload upload)
 {
     const auto hold = co_await context.activeUploads.take(upload.id, request.body);
-    upload = co_await reload(context, upload.id);
-    if (upload.finished) {
-        co_return Progress{upload, upload.lengthBytes, {}};
-    }
-    co_return co_await inspectHeld(context, request, upload);
+    const Progress progress = co_await progressOf(context, upload);
+    co_return co_await inspectHeld(context, request, progress);
 }
 
 Async<void> deleteUpload(Context& context, http::Request& request, const store::Upload& upload)
@@ -267,19 +280,19 @@ Async<Progress> receivePart(Context& context, http::Request& request, store::Upl
 Async<Progress> resumeCreation(Context& context, http::Request& request, store::Upload upload)
 {
     const auto hold = co_await context.activeUploads.take(upload.id, request.body);
-    upload = co_await reload(context, upload.id);
-    if (upload.finished) {
-        co_return Progress{upload, upload.lengthBytes, {}};
+    Progress progress = co_await progressOf(context, upload);
+    if (progress.upload.finished) {
+        co_return progress;
     }
-    co_await extend(context, upload);
-    if (upload.isFinal()) {
-        co_return co_await concatenate(context, request, upload);
+    co_await extend(context, progress.upload);
+    if (progress.upload.isFinal()) {
+        co_return co_await concatenate(context, request, progress.upload);
     }
-    if (!request.body.isPresent() || co_await receivedSize(context, upload) > 0) {
+    if (!request.body.isPresent() || progress.offset > 0) {
         // The body starts at 0: the client sends the rest.
-        co_return co_await inspectHeld(context, request, upload);
+        co_return co_await inspectHeld(context, request, progress);
     }
-    co_return co_await receiveHeldPart(context, request, upload, 0);
+    co_return co_await receiveHeldPart(context, request, progress.upload, 0);
 }
 
 Async<Progress> receiveHeldPart(Context& context, http::Request& request, store::Upload upload,
