@@ -9,14 +9,15 @@ import tempfile
 import time
 import unittest
 import urllib.parse
+from concurrent.futures import ThreadPoolExecutor
 
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "support"))
 import postgresql_server  # noqa: E402
 from kelvowire.events import END, EventStream
-from kelvowire.farm import add_farms_and_users, log_in, make_inbox
+from kelvowire.farm import PASSWORD, add_farms_and_users, log_in, make_inbox
 from kelvowire.front import free_port
 from kelvowire.http import Client, begin_upload, metrics
-from kelvowire.postgresql import start_postgresql
+from kelvowire.postgresql import WRITERS_LOCK, Held, start_postgresql
 from kelvowire.service import BINARY, GUARD_SECONDS, Service, run_refused
 
 BUCKET = os.environ["KELVO_TEST_BUCKET"]
@@ -121,6 +122,25 @@ class Instances(unittest.TestCase):
             self.assertIs(stream.next(), END)
         self.assertLess(time.monotonic() - begin, HEARTBEAT_S / 2)
         self.same.get("/account", 401)
+
+    def test_of_two_users_who_are_each_others_heir_one_stays_with_all_files(self):
+        anna = log_in(self.here, "anna")
+        self.addCleanup(anna.close)
+        people = {}
+        for name in ("hans", "inge"):
+            user = anna.post("/users", json={"name": name, "password": PASSWORD, "role": "operator"}).json()["id"]
+            people[user] = log_in(self.here, name)
+            self.addCleanup(people[user].close)
+            people[user].put(f"{name}.zip", [make_inbox(people[user])], name.encode())
+        with ThreadPoolExecutor() as pool, Held(server, "instances", WRITERS_LOCK) as held:
+            deletions = [pool.submit(client.delete, f"/users/{user}?heir={heir}", (204, 422)) for client, user, heir in
+                         zip((anna, self.at(self.there, anna)), people, reversed(people))]
+            held.await_waiters(2)
+        outcomes = {user: deletion.result().status for user, deletion in zip(people, deletions)}
+        self.assertEqual(sorted(outcomes.values()), [204, 422])
+        stays = people[next(user for user, status in outcomes.items() if status == 422)]
+        entries = stays.get(f"/resources/{make_inbox(stays)}").json()["entries"]
+        self.assertEqual({entry["name"] for entry in entries}, {"hans.zip", "inge.zip"})
 
     def test_a_kill_costs_a_reconnect_only(self):
         location = self.olga.create("killed.zip", [self.inbox], len(CONTENT)).headers["Location"]

@@ -13,13 +13,12 @@ import unittest
 from kelvowire.events import EventStream
 from kelvowire.farm import add_farms_and_users, log_in, make_inbox
 from kelvowire.http import Client
-from kelvowire.postgresql import NO_TIMEOUT, WALKED_FILES, program, start_postgresql
+from kelvowire.postgresql import NO_TIMEOUT, WALKED_FILES, WRITERS_LOCK, Held, start_postgresql
 from kelvowire.service import BINARY, GUARD_SECONDS, Service, run_refused
 
 BUCKET = os.environ["KELVO_TEST_BUCKET"]
 CONTENT = random.Random(31).randbytes(8 * 1024 * 1024 + 300_000)  # two chunks
 RECEIVED = 70_000  # bytes of the open upload
-WRITERS_LOCK = "SELECT pg_advisory_xact_lock(118083355569921)"
 OPENING_LOCK = "SELECT pg_advisory_xact_lock(1)"
 LOCK_AT_THE_OPENING = f"""
 CREATE FUNCTION at_opening() RETURNS TRIGGER LANGUAGE plpgsql AS $$ BEGIN {OPENING_LOCK.replace("SELECT", "PERFORM")}; RETURN NEW; END $$;
@@ -65,37 +64,6 @@ def stored_rows(database, table):
 
 def number(database, query):
     return int(server.psql(query, database).stdout)
-
-
-class Held:
-    """A transaction that holds a lock of the database, so that others stop at a known statement."""
-
-    def __init__(self, database, statement):
-        self.database, self.statement = database, statement
-
-    def __enter__(self):
-        self.psql = subprocess.Popen([program("psql"), "-X", "-q", "-t", "-A", "-d", self.database], env=server.environment(),
-                                     stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
-        self.psql.stdin.write(f"BEGIN; {self.statement};\n\\echo held\n")
-        self.psql.stdin.flush()
-        while (line := self.psql.stdout.readline()).strip() != "held":
-            if not line:
-                raise AssertionError(f"no lock: {self.statement}")
-        return self
-
-    def __exit__(self, *_):
-        self.psql.stdin.close()
-        self.psql.wait(GUARD_SECONDS)
-        self.psql.stdout.close()
-
-    def await_waiter(self, process):
-        """Returns when another transaction waits."""
-        waiting = ("SELECT COUNT(*) FROM pg_locks l JOIN pg_stat_activity a USING (pid)"
-                   " WHERE NOT l.granted AND a.datname = current_database()")
-        guard = time.monotonic() + GUARD_SECONDS
-        while number(self.database, waiting) == 0:
-            if time.monotonic() > guard or process.poll() is not None:
-                raise AssertionError(f"nothing waits for {self.statement}: {process.communicate() if process.poll() is not None else ''}")
 
 
 class MigrateTest(unittest.TestCase):
@@ -157,17 +125,17 @@ class MigrateTest(unittest.TestCase):
         self.assertIn("object store", self.run_migrate(3, contents=BUCKET.replace("s3://", "s3://missing-")))
 
     def kill_at(self, lock):
-        with Held(self.database, lock) as held:
+        with Held(server, self.database, lock) as held:
             process = migrate(self.source, self.url)
-            held.await_waiter(process)
+            held.await_waiters(process=process)
             process.kill()
             process.communicate()
 
     def change_at(self, lock, change, code):
         """Changes the database while a migration waits for the lock. Returns the output of the migration."""
-        with Held(self.database, lock) as held:
+        with Held(server, self.database, lock) as held:
             process = migrate(self.source, self.url)
-            held.await_waiter(process)
+            held.await_waiters(process=process)
             server.psql(change, self.database)
         out, err = process.communicate(timeout=GUARD_SECONDS)
         self.assertEqual(process.returncode, code, out + err)
@@ -310,9 +278,9 @@ class Targets(MigrateTest):
         self.assertFalse(os.path.exists(self.source.path("moved.to")))
 
     def test_a_process_ends_if_another_one_continues_its_move(self):
-        with Held(self.database, "LOCK TABLE contents IN EXCLUSIVE MODE") as held:
+        with Held(server, self.database, "LOCK TABLE contents IN EXCLUSIVE MODE") as held:
             process = migrate(self.source, self.url)
-            held.await_waiter(process)
+            held.await_waiters(process=process)
             server.psql("UPDATE contents_place SET moving_from = split_part(moving_from, ':', 1) || ':other'", self.database)
         _, err = process.communicate(timeout=GUARD_SECONDS)
         self.assertEqual(process.returncode, 2, err)
