@@ -389,8 +389,8 @@
         <translation>%1 gefunden: %2</translation>
     </message>
     <message>
-        <source>%1 found; %2 selected are not shown</source>
-        <translation>%1 gefunden; %2 gewählte sind nicht zu sehen</translation>
+        <source>%1 hidden</source>
+        <translation>%1 verdeckt</translation>
     </message>
     <message>
         <source>None</source>

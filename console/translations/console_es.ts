@@ -386,11 +386,11 @@
     </message>
     <message>
         <source>%1 found: %2</source>
-        <translation>%1 encontrados: %2</translation>
+        <translation>Encontrados: %1 (%2)</translation>
     </message>
     <message>
-        <source>%1 found; %2 selected are not shown</source>
-        <translation>%1 encontrados; %2 elegidos no se muestran</translation>
+        <source>%1 hidden</source>
+        <translation>Ocultos: %1</translation>
     </message>
     <message>
         <source>None</source>

@@ -386,11 +386,11 @@
     </message>
     <message>
         <source>%1 found: %2</source>
-        <translation>%1 trouvés&#xa0;: %2</translation>
+        <translation>Trouvés&#xa0;: %1 (%2)</translation>
     </message>
     <message>
-        <source>%1 found; %2 selected are not shown</source>
-        <translation>%1 trouvés&#xa0;; %2 choisis ne sont pas affichés</translation>
+        <source>%1 hidden</source>
+        <translation>Cachés&#xa0;: %1</translation>
     </message>
     <message>
         <source>None</source>

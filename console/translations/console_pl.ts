@@ -390,8 +390,8 @@
         <translation>Znaleziono %1: %2</translation>
     </message>
     <message>
-        <source>%1 found; %2 selected are not shown</source>
-        <translation>Znaleziono %1; niewidoczne wybrane: %2</translation>
+        <source>%1 hidden</source>
+        <translation>Ukryte: %1</translation>
     </message>
     <message>
         <source>None</source>

@@ -68,6 +68,7 @@ private Q_SLOTS:
     void ignoresCaseAndAccents();
     void selectsOnlyTheFoundNames();
     void tellsOfSelectedNamesThatAreNotShown();
+    void theEntryFieldShowsTheFocus();
     void theSearchHoldsWhenTheListIsFilledAgain();
     void theButtonEndsTheSearch();
     void backEndsTheSearch();
@@ -195,9 +196,26 @@ void tst_ListHead::tellsOfSelectedNamesThatAreNotShown()
     THead names(fields);
     names.Click(1);
     names.Search(QStringLiteral("north"));
-    QCOMPARE(names.Text(), QStringLiteral("1 of 4 selected\n2 found; 1 selected are not shown"));
+    QCOMPARE(names.Text(), QStringLiteral("1 of 4 selected\n1 hidden"));
     QCOMPARE(names.list.GetSelectedTextItems(), QStringList(fields[1]));
     QCOMPARE(names.All().text(), QStringLiteral("All"));
+}
+
+void tst_ListHead::theEntryFieldShowsTheFocus()
+{
+    THead names(fields);
+    QVERIFY(QTest::qWaitForWindowActive(&names.window));
+    names.SearchButton().click();
+    QVERIFY(names.Entry().hasFocus());
+    const auto colourOnRing = [&names] {
+        const QImage image = names.Entry().grab().toImage();
+        return image.pixelColor(image.width() / 2, hostimpl::FOCUS_RING / 2);
+    };
+    const QColor ring = hostimpl::ThemeColour(hostimpl::EColour::eFocus);
+    QCOMPARE(colourOnRing(), ring);
+    names.list.setFocus(); // without a text the field stays
+    QVERIFY(names.Entry().isVisible());
+    QVERIFY(colourOnRing() != ring);
 }
 
 void tst_ListHead::theSearchHoldsWhenTheListIsFilledAgain()

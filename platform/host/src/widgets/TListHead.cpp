@@ -5,6 +5,7 @@
 #include "hostimpl/Theme.h"
 
 #include <QtCore/QEvent>
+#include <QtGui/QPainter>
 #include <QtWidgets/QHBoxLayout>
 #include <QtWidgets/QLabel>
 #include <QtWidgets/QLineEdit>
@@ -15,9 +16,29 @@ namespace {
 
 constexpr int GAP = 4;
 constexpr int TEXT_MARGIN = 10;
-constexpr int MARGINS = 32; // beside a button's caption
-constexpr int LEAST_STRETCH = 60;
+constexpr int MARGINS = 24; // beside a button's caption
+constexpr int LEAST_STRETCH = 50;
 constexpr int STRETCH_STEP = 5;
+
+class TSearchField : public QLineEdit
+{
+public:
+    explicit TSearchField(QWidget* parent) : QLineEdit(parent)
+    {
+        constexpr int margin = hostimpl::FOCUS_RING;
+        setTextMargins(margin, margin, margin, margin);
+    }
+
+protected:
+    void paintEvent(QPaintEvent* event) override
+    {
+        QLineEdit::paintEvent(event);
+        if (hasFocus()) {
+            QPainter painter(this);
+            hostimpl::DrawFocusRing(painter, rect());
+        }
+    }
+};
 
 TPushButton* NewButton(QWidget* parent)
 {
@@ -30,13 +51,14 @@ TPushButton* NewButton(QWidget* parent)
 TListHead::TListHead(QWidget* parent)
     : QWidget(parent),
       m_text(new QLabel(this)),
-      m_edit(new QLineEdit(this)),
+      m_edit(new TSearchField(this)),
       m_all(NewButton(this)),
       m_search(NewButton(this))
 {
     m_text->setFont(hostimpl::ThemeFont(hostimpl::EFont::eCaption));
     m_text->setTextFormat(Qt::PlainText);
     m_text->setWordWrap(true);
+    m_text->setMinimumWidth(1); // else the buttons leave the list
     m_edit->setFont(hostimpl::ThemeFont(hostimpl::EFont::eBody));
     m_edit->setPlaceholderText(TListWidget::tr("Search names"));
     m_edit->setInputMethodHints(Qt::ImhNoAutoUppercase | Qt::ImhNoPredictiveText);
@@ -131,28 +153,39 @@ void TListHead::EndSearch()
     ShowParts();
 }
 
-// The second line, which a search needs.
+// The second line, which a search needs. It is short, because the buttons leave little room.
 QString TListHead::SearchText() const
 {
-    const QString text = m_counts.selectedHidden == 0
-                             ? TListWidget::tr("%1 found: %2").arg(m_counts.found).arg(Wanted())
-                             : TListWidget::tr("%1 found; %2 selected are not shown")
-                                   .arg(m_counts.found)
-                                   .arg(m_counts.selectedHidden);
-    return QLatin1Char('\n') + text;
+    return QLatin1Char('\n') +
+           (m_counts.selectedHidden == 0
+                ? TListWidget::tr("%1 found: %2").arg(m_counts.found).arg(Wanted())
+                : TListWidget::tr("%1 hidden").arg(m_counts.selectedHidden));
 }
 
-// A long text gets narrower letters of the same height.
+// A long text gets narrower letters of the same height. If they are not enough, it loses its words.
 void TListHead::FitText()
 {
     layout()->activate();
-    QFont font = hostimpl::ThemeFont(hostimpl::EFont::eCaption);
-    m_text->setFont(font);
-    while (m_text->heightForWidth(m_text->width()) > m_text->height() &&
-           font.stretch() > LEAST_STRETCH) {
-        font.setStretch(font.stretch() - STRETCH_STEP);
+    const QString more = Wanted().isEmpty() ? QString() : SearchText();
+    const QString words = TListWidget::tr("%1 of %2 selected");
+    for (const QString& count : {words, QStringLiteral("%1/%2")}) {
+        m_text->setText(count.arg(m_counts.selected).arg(m_counts.names) + more);
+        QFont font = hostimpl::ThemeFont(hostimpl::EFont::eCaption);
         m_text->setFont(font);
+        while (!IsTextInFull() && font.stretch() > LEAST_STRETCH) {
+            font.setStretch(font.stretch() - STRETCH_STEP);
+            m_text->setFont(font);
+        }
+        if (IsTextInFull()) {
+            return;
+        }
     }
+}
+
+bool TListHead::IsTextInFull() const
+{
+    return m_text->heightForWidth(m_text->width()) <= m_text->height() &&
+           m_text->minimumSizeHint().width() <= m_text->width();
 }
 
 void TListHead::resizeEvent(QResizeEvent* event)
@@ -163,10 +196,6 @@ void TListHead::resizeEvent(QResizeEvent* event)
 
 void TListHead::ShowParts()
 {
-    const bool isSearching = !Wanted().isEmpty();
-    m_text->setText(
-        TListWidget::tr("%1 of %2 selected").arg(m_counts.selected).arg(m_counts.names) +
-        (isSearching ? SearchText() : QString()));
     m_text->setVisible(!m_isTyping);
     m_edit->setVisible(m_isTyping);
     const bool isAll =
@@ -176,7 +205,7 @@ void TListHead::ShowParts()
                             : TListWidget::tr("Select all shown names"));
     m_all->setEnabled(m_counts.found > 0);
     m_all->setVisible(!m_isTyping);
-    const bool isOpen = m_isTyping || isSearching;
+    const bool isOpen = m_isTyping || !Wanted().isEmpty();
     m_search->setIcon(
         hostimpl::ThemeIcon(isOpen ? QStringLiteral("close") : QStringLiteral("search")));
     m_search->SetToolTip(isOpen ? TListWidget::tr("Show all names again")

@@ -53,6 +53,7 @@ protected:
 
 private:
     void FitText();
+    bool IsTextInFull() const;
     void ShowParts();
     QString SearchText() const;
 
