@@ -1,7 +1,9 @@
-// GET /consoles and /consoles/{id}/track: the farm's consoles for the office.
+// /consoles: the farm's consoles and their tracks, for the office.
 #include "service/api/Access.h"
+#include "service/api/Audit.h"
 #include "service/api/Context.h"
 #include "service/api/Documents.h"
+#include "service/api/EventWriting.h"
 #include "service/api/Paging.h"
 #include "service/api/ReportMembers.h"
 #include "service/base/Time.h"
@@ -101,6 +103,13 @@ Async<Response> getConsoles(Context& context, Request& request)
     co_return co_await context.database.read(query, user.farmId());
 }
 
+void requireConsole(soci::session& sql, store::Id farm, store::Id console)
+{
+    if (!store::hasConsole(sql, farm, console)) {
+        throw Problem(EProblem::NotFound, "No console has this id.");
+    }
+}
+
 Async<Response> getTrack(Context& context, Request& request)
 {
     const store::User user = co_await requireOffice(context, request);
@@ -112,9 +121,7 @@ Async<Response> getTrack(Context& context, Request& request)
     const int limit = readLimit(request);
     part.most = limit + 1; // one more shows whether there is a next page
     auto query = [&](soci::session& sql) {
-        if (!store::hasConsole(sql, user.farmId(), console)) {
-            throw Problem(EProblem::NotFound, "No console has this id.");
-        }
+        requireConsole(sql, user.farmId(), console);
         PageAnswer answer(context, user.farmId(), limit, "positions");
         store::trackOf(sql, console, part, [&answer](const store::TrackPoint& point) {
             return answer.add(std::to_string(point.number), describe(point));
@@ -126,11 +133,32 @@ Async<Response> getTrack(Context& context, Request& request)
     co_return co_await context.database.read(query, user.farmId());
 }
 
+Async<Response> deleteConsole(Context& context, Request& request)
+{
+    const store::User user = co_await requireOffice(context, request);
+    const store::Id farm = user.farmId();
+    const store::Id console = request.id();
+    auto change = [&](store::Transaction& transaction) {
+        requireConsole(transaction.sql, farm, console);
+        if (store::hasSession(transaction.sql, console)) {
+            throw Problem(EProblem::Conflict, "A session reports for the console: end it first.");
+        }
+        store::removeConsole(transaction, farm, console);
+        addConsoleRemoved(transaction, {farm, context.clock.nowMs(), context.settings.eventsKept},
+                          console);
+        audit(transaction, context, request, user, {"console-delete", "console", console});
+    };
+    co_await context.database.write(store::Scope::farm(farm), change);
+    co_return Response::noContent();
+}
+
 } // namespace
 
 void addConsoleRoutes(http::Router& router, Context& context)
 {
     router.add("GET", "/consoles", [&context](Request& r) { return getConsoles(context, r); });
+    router.add("DELETE", "/consoles/{id}",
+               [&context](Request& r) { return deleteConsole(context, r); });
     router.add("GET", "/consoles/{id}/track",
                [&context](Request& r) { return getTrack(context, r); });
 }

@@ -103,4 +103,11 @@ void addConsoleMoved(store::Transaction& transaction, const EventFrame& frame, s
     store::setLastMove(transaction, console, transaction.events.back().id);
 }
 
+void addConsoleRemoved(store::Transaction& transaction, const EventFrame& frame, store::Id console)
+{
+    const Json data{{"console", console}};
+    append(transaction, frame,
+           {.name = "console-removed", .fullData = data.dump(), .commonData = {}});
+}
+
 } // namespace kelvo::api

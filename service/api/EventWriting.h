@@ -39,5 +39,6 @@ void addBinChanged(store::Transaction& transaction, const EventFrame& frame);
 /** For the office. */
 void addConsoleMoved(store::Transaction& transaction, const EventFrame& frame, store::Id console,
                      const store::User& user, const store::Position& position);
+void addConsoleRemoved(store::Transaction& transaction, const EventFrame& frame, store::Id console);
 
 } // namespace kelvo::api

@@ -118,11 +118,23 @@ void track(CommandContext& context, const TrackOptions& options)
 
 void addConsoleCommands(CLI::App& line, CommandContext& context)
 {
+    const auto options = std::make_shared<TrackOptions>();
     CLI::App* list =
         line.add_subcommand("consoles", "List the farm's consoles (office)")->fallthrough();
-    list->callback([&context] { context.action = [&context] { listConsoles(context); }; });
+    list->callback([&context, list] {
+        if (list->get_subcommands().empty()) {
+            context.action = [&context] { listConsoles(context); };
+        }
+    });
+    CLI::App* removal =
+        list->add_subcommand("delete", "Delete a console with its track")->fallthrough();
+    removal->add_option("CONSOLE", options->console, "Id, name or hardware address")->required();
+    removal->callback([&context, options] {
+        context.action = [&context, options] {
+            context.client().call("DELETE", "/consoles/" + consoleId(context, options->console));
+        };
+    });
 
-    const auto options = std::make_shared<TrackOptions>();
     CLI::App* way =
         line.add_subcommand("track", "Track of a console, newest position first (office)")
             ->fallthrough();

@@ -155,15 +155,28 @@ std::vector<std::pair<Id, Id>> silentConsoles(soci::session& sql, long long befo
 
 } // namespace
 
+bool hasSession(soci::session& sql, Id console)
+{
+    int count = 0;
+    sql << "SELECT COUNT(*) FROM sessions WHERE console_id = :console", into(count), use(console);
+    return count > 0;
+}
+
+void removeConsole(Transaction& transaction, Id farm, Id console)
+{
+    soci::session& sql = transaction.sql;
+    dropEvent(transaction, farm, lastMoveOf(sql, console));
+    for (const char* table : {"track", "console_devices"}) {
+        sql << "DELETE FROM " << table << " WHERE console_id = :id", use(console);
+    }
+    sql << "DELETE FROM consoles WHERE id = :id", use(console);
+}
+
 void forgetConsoles(Transaction& transaction, long long reportedBeforeMs)
 {
     soci::session& sql = transaction.sql;
     for (const auto& [farm, console] : silentConsoles(sql, reportedBeforeMs)) {
-        dropEvent(transaction, farm, lastMoveOf(sql, console));
-        for (const char* table : {"track", "console_devices"}) {
-            sql << "DELETE FROM " << table << " WHERE console_id = :id", use(console);
-        }
-        sql << "DELETE FROM consoles WHERE id = :id", use(console);
+        removeConsole(transaction, farm, console);
     }
     sql << "DELETE FROM console_devices WHERE received_ms < :before AND console_id IN"
            " (SELECT c.id FROM consoles c WHERE c.id = console_devices.console_id"

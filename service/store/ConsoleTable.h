@@ -60,10 +60,19 @@ void consolesOf(soci::session& sql, Id farm, const ConsolePart& part,
 /** The devices of a console, in the order of their hardware addresses. */
 void eachDeviceOf(soci::session& sql, Id console, const std::function<void(const Device&)>& visit);
 
+/** Whether a session reports for the console. */
+bool hasSession(soci::session& sql, Id console);
+
 /**
- * Removes the consoles whose last report is older than this time, with their devices, tracks and
- * fetches, and devices without a report since then. A fetch counts as a report. Keeps a console
- * that a session reports for, and its devices. The console gets a new id if it reports again.
+ * Removes a console without a session, with its devices, track, fetches and the event of its last
+ * move. It gets a new id if it reports again.
+ */
+void removeConsole(Transaction& transaction, Id farm, Id console);
+
+/**
+ * Removes the consoles whose last report is older than this time, as removeConsole(), and devices
+ * without a report since then. A fetch counts as a report. Keeps a console that a session reports
+ * for, and its devices.
  */
 void forgetConsoles(Transaction& transaction, long long reportedBeforeMs);
 

@@ -150,6 +150,37 @@ class Consoles(ConsoleTest):
         self.move(self.olga, 1, hardware_address="x" * 255)
 
 
+class Deletion(ConsoleTest):
+    def test_a_deleted_console_is_gone_until_it_reports_again(self):
+        cursor = self.anna.snapshot()["cursor"]
+        piet = self.user("piet")
+        file = self.anna.put("fetched.zip", [make_inbox(piet)], b"fetched")[0]["id"]
+        self.environment(piet, "sold")
+        self.move(piet, 30)
+        piet.post("/fetches", 204, json={"fetches": [{"file": file, "age_s": 0}]})
+        number = self.console("sold")["id"]
+        self.refused(self.anna.delete(f"/consoles/{number}", 409), "conflict")
+        self.assertEqual(self.console("sold")["position"]["latitude"], 30)
+        piet.delete("/sessions/current")
+        for name, status in (("olga", 403), ("oda", 404), ("admin", 404)):
+            self.user(name).delete(f"/consoles/{number}", status)
+        with EventStream(self.anna) as office:
+            self.anna.delete(f"/consoles/{number}")
+            self.assertEqual(office.expect("console-removed").data, {"console": number})
+        self.assertNotIn("sold", str(self.anna.get("/consoles").json()))
+        self.track(number, expect=404)
+        self.anna.delete(f"/consoles/{number}", 404)
+        self.assertNotIn("fetched_by", self.anna.get(f"/resources/{file}").json())
+        with EventStream(self.anna, cursor) as stream:
+            names = [stream.next().name for _ in range(3)]
+        self.assertNotIn("console-moved", names)
+        entry = self.anna.get("/audit?action=console-delete").json()["entries"][0]
+        self.assertEqual((entry["actor"]["name"], entry["object"]), ("anna", {"kind": "console", "id": number, "name": ""}))
+        self.environment(self.user("piet"), "sold")
+        self.assertGreater(self.console("sold")["id"], number)
+        self.assertIsNone(self.console("sold")["position"])
+
+
 class Moves(ConsoleTest):
     def test_only_the_office_gets_a_move_after_its_commit(self):
         inbox = make_inbox(self.olga)

@@ -436,6 +436,12 @@ class Commands(KelvoctlTest):
         tool = self.tool("olga")
         tool.run("consoles", code=REFUSED)
         tool.run("track", "1", code=REFUSED)
+        tool.run("consoles", "delete", "1", code=REFUSED)
+        anna.run("consoles", "delete", "00:1b", code=REFUSED)  # It has a session.
+        olga.delete("/sessions/current")
+        self.assertEqual(anna.run("consoles", "delete", "00:1b")[0], "")
+        self.assertEqual(anna.json("consoles"), [])
+        anna.run("consoles", "delete", code=USAGE)
 
     def test_watch_ends_with_the_session(self):
         tool = self.tool("piet")

@@ -25,6 +25,7 @@ BODIES = {
 }
 OF_A_FARM = ("/projects/{id}/resources", "/resources/{id}", "/resources/{id}/content", "/uploads/{id}", "/bin/{id}",
              "/bin/{id}/restore")
+OF_A_CONSOLE = ("/consoles/{id}", "/consoles/{id}/track")
 FOR_ADMINS = ("/usage", "/farms", "/farms/{id}", "/farms/{id}/usage", "/farms/{id}/quota", "/users", "/users/{id}",
               "/users/{id}/export", "/users/{id}/track", "/audit")
 FOR_ALL = ("/account", "/account/password", "/events", "/sessions", "/sessions/current")
@@ -49,8 +50,9 @@ class Walk(WireTest):
             self.assertNotIn(self.ids[template], self.ids_of_the_other_farm())
         for client in (self.user("otto"), self.olga):
             client.post("/positions", 204, json=BODIES["POST", "/positions"])
-        self.ids["/consoles/{id}/track"] = self.anna.get("/consoles").json()["consoles"][-1]["id"]
-        self.assertNotIn(self.ids["/consoles/{id}/track"],
+        console = self.anna.get("/consoles").json()["consoles"][-1]["id"]
+        self.ids.update(dict.fromkeys(OF_A_CONSOLE, console))
+        self.assertNotIn(console,
                          [console["id"] for console in self.user("oda").get("/consoles").json()["consoles"]])
 
     def ids_of_the_other_farm(self):
@@ -86,7 +88,7 @@ class Walk(WireTest):
                 yield method, template
 
     def test_the_walk_covers_every_route(self):
-        self.assertEqual(len(list(self.secured())), 46)
+        self.assertEqual(len(list(self.secured())), 47)
 
     def test_every_route_needs_a_valid_token(self):
         client = self.user("olga")
@@ -103,7 +105,7 @@ class Walk(WireTest):
         for name in ("otto", "oda", "admin"):
             client = self.user(name)
             for method, template in self.secured():
-                if template not in (*OF_A_FARM, "/consoles/{id}/track"):
+                if template not in (*OF_A_FARM, *OF_A_CONSOLE):
                     continue
                 with self.subTest(name=name, method=method, template=template):
                     forbidden_to_operators = template.startswith(("/bin", "/consoles")) and name != "oda"

@@ -147,7 +147,7 @@ const handlersOf = (signal: AbortSignal) => ({
   onEvent: (event: ServiceEvent) => {
     if (signal.aborted) return;
     if (event.name === 'session-ended') void takeEnd(signal);
-    else if (event.name === 'people-changed') start(); // The inboxes have other names or are gone.
+    else if (event.name === 'people-changed' || event.name === 'console-removed') start(); // Inboxes or fetches are gone.
     else if (!takeEvent(event)) void renewConsoles();
   },
 });

@@ -107,7 +107,7 @@ describe('a login', () => {
   });
 });
 
-describe('a change of the people', () => {
+describe('a change of the people or the consoles', () => {
   it('drops the snapshot before it, if its answer comes later', async () => {
     forgetAll();
     start();
@@ -117,12 +117,12 @@ describe('a change of the people', () => {
     expect(user.value).toBeUndefined();
   });
 
-  it('brings one new snapshot, also if two changes come at once', () => {
+  it.each(['people-changed', 'console-removed'])('brings one new snapshot, also if two changes come at once: %s', (name) => {
     takeSnapshot(account);
     start();
     sessions.length = 0;
     const {onEvent} = handlers;
-    for (const id of ['6', '7']) onEvent({id, name: 'people-changed', data: {}});
+    for (const id of ['6', '7']) onEvent({id, name, data: {}});
     expect(sessions).toHaveLength(1);
   });
 });

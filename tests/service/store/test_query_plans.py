@@ -167,8 +167,11 @@ def play_office(anna, olga, files):
     anna.get(f"/users/{users['olga']}/track")
     anna.delete(f"/users/{users['olga']}/track")
     piet = client_of(anna.service, "piet")
+    piet.post("/positions", 204, json={"time_s": int(time.time()), "latitude": 51, "longitude": 5})
     anna.delete(f"/users/{users['piet']}/sessions/{session_of(anna, users['piet'])[0]['id']}")
     piet.close()
+    sold = anna.get(f"/consoles?user={users['piet']}").json()["consoles"][0]["id"]
+    anna.delete(f"/consoles/{sold}")
     anna.get("/audit")
     anna.delete("/sessions/" + session_of(anna)[-1]["id"])
 

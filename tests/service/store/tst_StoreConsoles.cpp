@@ -310,5 +310,33 @@ TEST_P(StoreConsoles, AreForgottenWithoutAReportUnlessASessionReportsForThem)
     EXPECT_THAT(track(silent, {{}, {}, {}, 10}), ElementsAre());
 }
 
+TEST_P(StoreConsoles, AreRemovedWithTheirReportsUntilTheyReportAgain)
+{
+    const store::Id console = report(logIn(olga, "a"), "00:1b");
+    const store::Id other = report(logIn(olga, "b"), "00:1c");
+    for (const store::Id each : {console, other}) {
+        addPositions(each, 3);
+        write([each](Transaction& t) { store::setDevice(t, each, "00:11", "{}", now); });
+    }
+    const auto isInUse = [this](store::Id which) {
+        return read([which](soci::session& sql) { return store::hasSession(sql, which); });
+    };
+    EXPECT_TRUE(isInUse(console));
+    write([](Transaction& t) { store::removeSession(t, "a"); });
+    EXPECT_FALSE(isInUse(console));
+    EXPECT_TRUE(isInUse(other));
+    write([this, console](Transaction& t) { store::removeConsole(t, farm.id, console); });
+    ASSERT_EQ(consoles().size(), 1U);
+    EXPECT_EQ(consoles()[0].id, other);
+    EXPECT_EQ(track(other, {{}, {}, {}, 10}).size(), 3U);
+    EXPECT_EQ(devices(other).size(), 1U);
+    const store::Id again = report(logIn(olga, "c"), "00:1b");
+    EXPECT_NE(again, console);
+    for (const store::Id each : {console, again}) {
+        EXPECT_THAT(track(each, {{}, {}, {}, 10}), ElementsAre());
+        EXPECT_TRUE(devices(each).empty());
+    }
+}
+
 } // namespace
 } // namespace kelvo::test
