@@ -10,16 +10,17 @@ void TFileCount::OnHubEvent(const THubEvent& event)
         event.signal == EHubSignal::eDownloadRequested ||
         event.signal == EHubSignal::eDeleteFilesRequested) {
         m_current = 0;
-        m_count = event.fileNames.value_or(QStringList()).size();
+        m_names = event.fileNames.value_or(QStringList());
     } else if (event.signal == EHubSignal::eUploadingFile ||
                event.signal == EHubSignal::eDownloadingFile ||
                event.signal == EHubSignal::eDeletingFile) {
-        m_current = std::min(m_current + 1, m_count);
+        m_current = std::min(m_current + 1, Count());
     } else if (event.signal == EHubSignal::eUploadComplete ||
                event.signal == EHubSignal::eDownloadComplete ||
                event.signal == EHubSignal::eDeleteComplete ||
                event.signal == EHubSignal::eFileOperationComplete) {
-        m_current = m_count = 0;
+        m_current = 0;
+        m_names.clear();
     }
 }
 

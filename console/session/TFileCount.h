@@ -12,14 +12,20 @@ public:
     void OnHubEvent(const THubEvent& event);
 
     // Whether an upload, download or deletion runs.
-    bool IsRunning() const { return m_count > 0; }
+    bool IsRunning() const { return !m_names.isEmpty(); }
     // From 1 to Count(); 0 before the first file.
     int Current() const { return m_current; }
-    int Count() const { return m_count; }
+    int Count() const { return m_names.size(); }
+    // The place of a file in the operation, from 1; 0 if it is not a file of the operation.
+    int NumberOf(const QString& name) const { return m_names.indexOf(name) + 1; }
+    // The operator has pressed "Cancel". The hub has no signal for it.
+    bool IsCancelled() const { return m_isCancelled; }
+    void SetCancelled(bool isCancelled) { m_isCancelled = isCancelled; }
 
 private:
     int m_current = 0;
-    int m_count = 0; // 0 = none runs
+    QStringList m_names; // of the requested files; empty: none runs
+    bool m_isCancelled = false;
 };
 
 } // namespace console

@@ -532,6 +532,14 @@ Der Dienst hat seine Dateien noch nicht aufgelistet.</translation>
         <translation>%1 wird entpackt...</translation>
     </message>
     <message>
+        <source>ends after this file</source>
+        <translation>endet nach dieser Datei</translation>
+    </message>
+    <message>
+        <source>ends when all are unpacked</source>
+        <translation>endet, wenn alle entpackt sind</translation>
+    </message>
+    <message>
         <source>%1/s</source>
         <translation>%1/s</translation>
     </message>

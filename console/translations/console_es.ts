@@ -532,6 +532,14 @@ El servicio aún no ha listado sus archivos.</translation>
         <translation>Descomprimiendo %1...</translation>
     </message>
     <message>
+        <source>ends after this file</source>
+        <translation>termina tras este archivo</translation>
+    </message>
+    <message>
+        <source>ends when all are unpacked</source>
+        <translation>termina al descomprimir todo</translation>
+    </message>
+    <message>
         <source>%1/s</source>
         <translation>%1/s</translation>
     </message>

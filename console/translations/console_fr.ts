@@ -532,6 +532,14 @@ Le service n&apos;a pas encore listé ses fichiers.</translation>
         <translation>Décompression de %1...</translation>
     </message>
     <message>
+        <source>ends after this file</source>
+        <translation>fin après ce fichier</translation>
+    </message>
+    <message>
+        <source>ends when all are unpacked</source>
+        <translation>fin quand tout est décompressé</translation>
+    </message>
+    <message>
         <source>%1/s</source>
         <translation>%1/s</translation>
     </message>

@@ -533,6 +533,14 @@ Usługa nie podała jeszcze listy plików.</translation>
         <translation>Rozpakowywanie %1...</translation>
     </message>
     <message>
+        <source>ends after this file</source>
+        <translation>koniec po tym pliku</translation>
+    </message>
+    <message>
+        <source>ends when all are unpacked</source>
+        <translation>koniec po rozpakowaniu wszystkich</translation>
+    </message>
+    <message>
         <source>%1/s</source>
         <translation>%1/s</translation>
     </message>

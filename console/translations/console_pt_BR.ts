@@ -532,6 +532,14 @@ O serviço ainda não listou seus arquivos.</translation>
         <translation>Descompactando %1...</translation>
     </message>
     <message>
+        <source>ends after this file</source>
+        <translation>termina após este arquivo</translation>
+    </message>
+    <message>
+        <source>ends when all are unpacked</source>
+        <translation>termina ao descompactar tudo</translation>
+    </message>
+    <message>
         <source>%1/s</source>
         <translation>%1/s</translation>
     </message>

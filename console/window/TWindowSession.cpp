@@ -191,6 +191,7 @@ void TWindowSession::ShowLink()
 void TWindowSession::ShowWork(const kesdkimpl::LinkStatus& status)
 {
     const bool isRunning = m_files.IsRunning();
+    m_files.SetCancelled(m_plugin.IsCancelRequested());
     const QString archive = isRunning ? hostimpl::ArchiveInUnpacking() : QString();
     const bool isWorking = status.transfer || !archive.isEmpty();
     const bool wasWorking = std::exchange(m_isWorking, isWorking);
@@ -202,7 +203,8 @@ void TWindowSession::ShowWork(const kesdkimpl::LinkStatus& status)
         hostimpl::SetTransferProgress(TransferProgress(status, m_files));
     } else {
         m_window->Status().ShowLink(WorkWords(status, archive));
-        hostimpl::SetTransferProgress(isRunning ? WorkProgress(status, archive) : std::nullopt);
+        hostimpl::SetTransferProgress(isRunning ? WorkProgress(status, archive, m_files)
+                                                : std::nullopt);
     }
 }
 

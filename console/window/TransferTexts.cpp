@@ -66,12 +66,16 @@ int CurrentFile(const TFileCount& files)
     return std::max(1, files.Current());
 }
 
-// Empty for a single file.
-QString FileText(const TFileCount& files)
+// When a cancelled operation ends; otherwise the place of the file, which is empty for a single
+// file and for a file of another operation.
+QString FileText(int number, const TFileCount& files, const QString& endText)
 {
-    return files.Count() < 2
+    if (files.IsCancelled()) {
+        return endText;
+    }
+    return files.Count() < 2 || number < 1
                ? QString()
-               : TTexts::tr("file %1 of %2").arg(CurrentFile(files)).arg(files.Count());
+               : TTexts::tr("file %1 of %2").arg(number).arg(files.Count());
 }
 
 // A long name must leave room for the buttons on a low display. The suffix stays.
@@ -144,7 +148,8 @@ TStatusWords TransferWords(const LinkStatus& status, const TFileCount& files)
 hostimpl::TTransferState TransferProgress(const LinkStatus& status, const TFileCount& files)
 {
     const TransferStatus& transfer = *status.transfer;
-    const QString size = Joined({SizeText(transfer), FileText(files)});
+    const QString size = Joined({SizeText(transfer), FileText(CurrentFile(files), files,
+                                                              TTexts::tr("ends after this file"))});
     return {Percent(transfer), size + QLatin1Char('\n') + ActivityText(status),
             transfer.phase != EPhase::eWaits};
 }
@@ -155,12 +160,14 @@ TStatusWords WorkWords(const LinkStatus& status, const QString& archive)
     return archive.isEmpty() ? link : TStatusWords{link.iconName, TTexts::tr("Unpacking...")};
 }
 
-std::optional<hostimpl::TTransferState> WorkProgress(const LinkStatus& status,
-                                                     const QString& archive)
+std::optional<hostimpl::TTransferState>
+WorkProgress(const LinkStatus& status, const QString& archive, const TFileCount& files)
 {
     if (!archive.isEmpty()) {
+        const QString file =
+            FileText(files.NumberOf(archive), files, TTexts::tr("ends when all are unpacked"));
         return hostimpl::TTransferState{
-            {}, TTexts::tr("Unpacking %1...").arg(ShortName(archive)), true};
+            {}, Joined({TTexts::tr("Unpacking %1...").arg(ShortName(archive)), file}), true};
     }
     if (status.problem != kesdkimpl::EProblem::eNone) {
         return hostimpl::TTransferState{{}, ProblemText(status.problem), false};

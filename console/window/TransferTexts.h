@@ -20,7 +20,7 @@ hostimpl::TTransferState TransferProgress(const kesdkimpl::LinkStatus& status,
 // Both: the operation has no transfer now. `archive`: its name if it is being unpacked.
 TStatusWords WorkWords(const kesdkimpl::LinkStatus& status, const QString& archive);
 // Empty if there is nothing to tell.
-std::optional<hostimpl::TTransferState> WorkProgress(const kesdkimpl::LinkStatus& status,
-                                                     const QString& archive);
+std::optional<hostimpl::TTransferState>
+WorkProgress(const kesdkimpl::LinkStatus& status, const QString& archive, const TFileCount& files);
 
 } // namespace console

@@ -46,15 +46,16 @@ QList<kesdkimpl::LinkStatus> Links()
     return links;
 }
 
-console::TFileCount Files()
+console::TFileCount Files(const QString& lastName)
 {
     console::TFileCount files;
     console::THubEvent event;
     event.signal = console::EHubSignal::eDownloadRequested;
     event.fileNames = QStringList();
-    for (int i = 0; i < 100; ++i) {
+    for (int i = 1; i < 100; ++i) {
         *event.fileNames << QString();
     }
+    *event.fileNames << lastName;
     files.OnHubEvent(event);
     return files;
 }

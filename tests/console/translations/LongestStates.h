@@ -14,8 +14,8 @@ QList<console::TPositionState> Positions();
 // Every session, and every problem on a day before today.
 QList<kesdkimpl::LinkStatus> Links();
 
-// 100 files of a download.
-console::TFileCount Files();
+// 100 files of a download. The last file has this name.
+console::TFileCount Files(const QString& lastName = {});
 
 // A moving, a waiting and a checked transfer, with the longest words.
 QList<kesdkimpl::LinkStatus> Transfers();

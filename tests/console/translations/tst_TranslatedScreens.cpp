@@ -183,18 +183,22 @@ private Q_SLOTS:
             TMessageDialog::eOperation, false, QPixmap());
         dialog.ShowWindow(true);
         dialog.EnableButton(TMessageDialog::eButton0, false);
-        for (const kesdkimpl::LinkStatus& link : kelvo::test::Transfers()) {
-            hostimpl::SetTransferProgress(console::TransferProgress(link, kelvo::test::Files()));
+        console::TFileCount files = kelvo::test::Files(name);
+        for (const bool isCancelled : {false, true}) {
+            files.SetCancelled(isCancelled);
+            for (const kesdkimpl::LinkStatus& link : kelvo::test::Transfers()) {
+                hostimpl::SetTransferProgress(console::TransferProgress(link, files));
+                QCOMPARE(Faults(dialog), QString());
+                QVERIFY(DrawnTexts(dialog).join(QString()).contains(QLatin1String("988")));
+            }
+            hostimpl::SetTransferProgress(console::WorkProgress({}, name, files));
             QCOMPARE(Faults(dialog), QString());
-            QVERIFY(DrawnTexts(dialog).join(QString()).contains(QLatin1String("988")));
         }
-        hostimpl::SetTransferProgress(console::WorkProgress({}, name));
-        QCOMPARE(Faults(dialog), QString());
         const QString longName = QString(251, QLatin1Char('n')) + QStringLiteral(".zip");
-        hostimpl::SetTransferProgress(console::WorkProgress({}, longName));
+        hostimpl::SetTransferProgress(console::WorkProgress({}, longName, files));
         QCOMPARE(CutOffWidgets(dialog), QStringList());
         for (const kesdkimpl::LinkStatus& link : kelvo::test::Links()) {
-            hostimpl::SetTransferProgress(console::WorkProgress(link, {}));
+            hostimpl::SetTransferProgress(console::WorkProgress(link, {}, files));
             QCOMPARE(Faults(dialog), QString());
         }
         hostimpl::SetTransferProgress({});

@@ -127,7 +127,7 @@ private Q_SLOTS:
         LinkStatus status;
         status.session = kesdkimpl::ESession::eLoggedIn;
         status.problem = kesdkimpl::EProblem::eNoNetwork;
-        const auto dialog = console::WorkProgress(status, QStringLiteral("a.zip"));
+        const auto dialog = console::WorkProgress(status, QStringLiteral("a.zip"), {});
         QVERIFY(dialog && !dialog->percent && dialog->isMoving);
         QCOMPARE(dialog->text, QStringLiteral("Unpacking a.zip..."));
         const console::TStatusWords bar = console::WorkWords(status, QStringLiteral("a.zip"));
@@ -135,11 +135,30 @@ private Q_SLOTS:
         QCOMPARE(bar.iconName, QStringLiteral("link-down"));
     }
 
+    void tellsThePlaceOfTheArchiveInItsOperation()
+    {
+        const auto text = [](const char* archive) {
+            return console::WorkProgress({}, QString::fromLatin1(archive), ThirdOfTwelve())->text;
+        };
+        QCOMPARE(text("1"), QStringLiteral("Unpacking 1...  file 2 of 12"));
+        QCOMPARE(text("of an earlier run"), QStringLiteral("Unpacking of an earlier run..."));
+    }
+
+    void tellsWhenACancelledOperationEnds()
+    {
+        TFileCount files = ThirdOfTwelve();
+        files.SetCancelled(true);
+        QCOMPARE(console::TransferProgress(Moving(100, 900), files).text,
+                 QStringLiteral("100 of 900 bytes  ends after this file\n"));
+        QCOMPARE(console::WorkProgress({}, QStringLiteral("1"), files)->text,
+                 QStringLiteral("Unpacking 1...  ends when all are unpacked"));
+    }
+
     // The dialog wraps a text only between words, and has no room for many lines.
     void shortensTheNameOfTheArchive()
     {
         const QString name = QString(251, QLatin1Char('n')) + QStringLiteral(".zip");
-        const QString text = console::WorkProgress({}, name)->text;
+        const QString text = console::WorkProgress({}, name, {})->text;
         QVERIFY(text.endsWith(QStringLiteral("n.zip...")));
         QVERIFY(text.size() < 80);
         const auto words = text.split(QRegularExpression(QStringLiteral("[ \\x{200b}]")));
@@ -153,10 +172,10 @@ private Q_SLOTS:
     {
         LinkStatus status;
         status.session = kesdkimpl::ESession::eLoggedIn;
-        QVERIFY(!console::WorkProgress(status, {}));
+        QVERIFY(!console::WorkProgress(status, {}, {}));
         QCOMPARE(console::WorkWords(status, {}).text, QStringLiteral("Connected"));
         status.problem = kesdkimpl::EProblem::eNoAnswer;
-        const auto dialog = console::WorkProgress(status, {});
+        const auto dialog = console::WorkProgress(status, {}, {});
         QVERIFY(dialog && !dialog->percent && !dialog->isMoving);
         QCOMPARE(dialog->text, QStringLiteral("Service does not answer"));
     }

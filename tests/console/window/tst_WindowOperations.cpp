@@ -158,6 +158,24 @@ private Q_SLOTS:
         QVERIFY(QTest::qWaitFor([&] { return linkText() != word; }, 60000));
     }
 
+    void showsThatACancelledDownloadEndsAfterTheUnpacking()
+    {
+        Begin(ScreensPlugin_PATH);
+        QVERIFY(WaitForScreens());
+        TOperationDialog dialog;
+        dialog.EnableButton(TMessageDialog::eButton0, false);
+        Q_EMIT Hub()->KelvoDownloadRequested(0, names, {});
+        Hub()->OnCancelCurrentOperationRequested();
+        const auto poll = [] { Q_EMIT Hub()->KelvoDownloadingFile(0, names.first()); };
+        UnpackDuring(poll);
+        const auto labels = dialog.findChildren<QLabel*>();
+        const auto isShown = [](const QLabel* label) {
+            return label->isVisible() &&
+                   label->text() == QLatin1String("Unpacking a.zip...  ends when all are unpacked");
+        };
+        QVERIFY(std::any_of(labels.cbegin(), labels.cend(), isShown));
+    }
+
     // No poll comes between the hub's signals, and each signal is a poll.
     void keepsWhatItShowsBetweenTwoFilesAndBetweenTwoArchives()
     {
