@@ -23,7 +23,8 @@ public:
     // Appends an entry. `textSize` is the least text size in pixels. `value` is stored with the
     // entry.
     void AddString(const QString& text, int textSize, int value, const QIcon& icon);
-    // In the order of the list.
+    // In the order of the list. A selected name that a search hides is left out: the operator acts
+    // on what the list shows.
     QStringList GetSelectedTextItems() const;
     // Selects every entry that has one of the texts. Entries that are selected already stay
     // selected.

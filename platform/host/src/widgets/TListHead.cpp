@@ -5,6 +5,8 @@
 #include "hostimpl/Theme.h"
 
 #include <QtCore/QEvent>
+#include <QtGui/QGuiApplication>
+#include <QtGui/QInputMethod>
 #include <QtGui/QPainter>
 #include <QtWidgets/QHBoxLayout>
 #include <QtWidgets/QLabel>
@@ -73,9 +75,8 @@ TListHead::TListHead(QWidget* parent)
     row->addWidget(m_search);
     FitFonts();
     connect(m_edit, &QLineEdit::textChanged, this, &TListHead::WantedChanged);
-    connect(m_all, &TPushButton::clicked, this, [this] {
-        Q_EMIT AllWanted(m_counts.selected - m_counts.selectedHidden < m_counts.found);
-    });
+    connect(m_all, &TPushButton::clicked, this,
+            [this] { Q_EMIT AllWanted(m_counts.selected < m_counts.found); });
     // A touch on this button leaves the focus in the entry field, so that the button ends the
     // search.
     m_search->setFocusPolicy(Qt::TabFocus);
@@ -85,6 +86,7 @@ TListHead::TListHead(QWidget* parent)
             EndSearch();
         } else {
             StartSearch({});
+            QGuiApplication::inputMethod()->show(); // Qt shows it after a touch on the field only
         }
     });
     ShowParts();
@@ -198,8 +200,7 @@ void TListHead::ShowParts()
 {
     m_text->setVisible(!m_isTyping);
     m_edit->setVisible(m_isTyping);
-    const bool isAll =
-        m_counts.found > 0 && m_counts.selected - m_counts.selectedHidden >= m_counts.found;
+    const bool isAll = m_counts.found > 0 && m_counts.selected >= m_counts.found;
     m_all->SetCaption(isAll ? TListWidget::tr("None") : TListWidget::tr("All"), QString());
     m_all->SetToolTip(isAll ? TListWidget::tr("Select no name")
                             : TListWidget::tr("Select all shown names"));

@@ -16,7 +16,7 @@ public:
     struct TCounts
     {
         int names = 0;
-        int selected = 0;
+        int selected = 0;       // of the found names
         int found = 0;          // by the search; `names` without a search
         int selectedHidden = 0; // selected names that the search hides
     };

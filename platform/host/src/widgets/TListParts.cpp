@@ -103,6 +103,7 @@ void TListWidget::TParts::Refresh()
             counts.selectedHidden +=
                 isHidden && m_list.selectionModel()->isRowSelected(row, QModelIndex()) ? 1 : 0;
         }
+        counts.selected -= counts.selectedHidden;
     }
     m_head.Show(counts);
     const bool isMany = m_list.selectionMode() == QAbstractItemView::MultiSelection;
@@ -157,6 +158,9 @@ void TListWidget::TParts::Search()
     }
     ShowFullName();
     Refresh();
+    if (m_list.selectionModel()->hasSelection()) {
+        Q_EMIT m_list.itemSelectionChanged(); // other names are shown and selected now
+    }
 }
 
 bool TListWidget::TParts::EndSearch()

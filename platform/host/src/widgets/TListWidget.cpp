@@ -77,7 +77,9 @@ QStringList TListWidget::GetSelectedTextItems() const
     const QItemSelection selection = selectionModel()->selection();
     for (const QItemSelectionRange& range : selection) {
         for (int row = range.top(); row <= range.bottom(); ++row) {
-            rows.append(row);
+            if (!isRowHidden(row)) {
+                rows.append(row);
+            }
         }
     }
     std::sort(rows.begin(), rows.end());
