@@ -56,13 +56,7 @@ class LoginTest(ScreensCase):
         self.assertEqual(window.close(), 0)
 
     def test_a_new_start_applies_the_language_also_to_errors(self):
-        window = self.open_window()
-        window.press("Settings")
-        window.choose("Language", "Deutsch")
-        window.press("Save")
-        window.until(lambda screen: screen.can_press("Restart now"), "the offer of a new start")
-        window.press("Restart now")
-        window.until(lambda screen: screen.can_press("Anmelden"), "the login panel in German")
+        window = self.open_german_window()
         window.do("type", row="BENUTZERNAME", text=self.operator)
         window.do("type", row="PASSWORT", text="not the password")
         window.press("Anmelden")

@@ -4,6 +4,7 @@ If KELVO_PICTURES names a folder, a picture of each state is left there for the 
 """
 
 import os
+import re
 import time
 import unittest
 from pathlib import Path
@@ -21,7 +22,7 @@ GUIDE = Path(__file__).resolve().parents[2] / "docs/pictures"
 
 class ScreensLinkTest(ScreensCase):
     # The pictures show them.
-    names = iter(("olga", "pieter", "marta", "jan", "ines", "lena", "oskar", "tomas", "karin", "eva"))
+    names = iter(("olga", "pieter", "marta", "jan", "ines", "lena", "oskar", "tomas", "karin", "eva", "anna"))
 
     def setUp(self):
         super().setUp()
@@ -124,6 +125,32 @@ class ScreensLinkTest(ScreensCase):
         self.until_bar(window, "Connected")
         self.assertIsNone(self.transfer_text(window.look()))
 
+    def test_a_service_that_dies_during_an_upload_told_in_german(self):
+        self.make_inboxes()
+        link = self.link()
+        window = self.open_german_window(link)
+        window.do("type", row="BENUTZERNAME", text=self.operator)
+        window.do("type", row="PASSWORT", text=PASSWORD)
+        window.press("Anmelden")
+        window.until(lambda screen: screen.can_press("Abmelden"), "the login")
+        window.press("KELVO")
+        reports = self.add_reports("a.zip")
+        window.choose("Durchsuchen", "Dateien zum Hochladen")
+        self.select(window, *reports)
+        link.hold("up", MIDDLE_BYTES)
+        window.press("Upload")
+        link.wait_until_held()
+        self.service.kill()
+        link.release()
+        self.until_bar(window, "Dienst antwortet nicht\nbis ")
+        words = r"^[0-9]+,[0-9] von 200,0 kB\nDienst antwortet nicht\. Warte bis ([A-Z][a-z]\. )?[0-9]{2}:[0-9]{2}\.$"
+        window.until(lambda screen: re.match(words, self.transfer_text(screen) or ""), "the transfer in the dialog")
+        self.service.start()
+        screen = self.until_text(window, "Dateiübertragung", "Upload abgeschlossen.")
+        self.assertTrue(screen.can_press("Schließen"))
+        self.until_bar(window, "Verbunden")
+        self.assertEqual(self.reports_left(), {})
+
     def test_an_upload_whose_answer_is_late(self):
         link = self.link()
         window = self.open_file_controller(link)
@@ -140,7 +167,7 @@ class ScreensLinkTest(ScreensCase):
         self.finish(window, "File Transfer", "Upload complete.")
 
     def transfer_text(self, screen):
-        texts = [label for popup in screen.popups for label in popup["labels"] if " of " in label]
+        texts = [label for popup in screen.popups for label in popup["labels"] if " of " in label or " von " in label]
         return texts[0] if texts else None
 
     def test_shows_that_there_is_no_network(self):

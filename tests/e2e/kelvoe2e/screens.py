@@ -51,6 +51,17 @@ class ScreensCase(FarmCase):
         window.until(lambda screen: screen.can_press("Login"), "the login panel")
         return window
 
+    def open_german_window(self, link=None):
+        """Opens a window, chooses German and starts the console anew."""
+        window = self.open_window(link)
+        window.press("Settings")
+        window.choose("Language", "Deutsch")
+        window.press("Save")
+        window.until(lambda screen: screen.can_press("Restart now"), "the offer of a new start")
+        window.press("Restart now")
+        window.until(lambda screen: screen.can_press("Anmelden"), "the login panel in German")
+        return window
+
     def give_credentials(self, window):
         window.do("type", row="USERNAME", text=self.operator)
         window.do("type", row="PASSWORD", text=PASSWORD)
