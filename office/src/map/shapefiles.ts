@@ -1,6 +1,7 @@
 // Shapefiles: polygons, lines and points with a table of values.
+import proj4 from 'proj4';
 import {combine, parseDbf, parseShp} from 'shpjs';
-import type {Archive} from './archive';
+import {text, type Archive} from './archive';
 import {channelOfAreas, channelOfPoints, type Classified} from './channels';
 import {extentOf, polygonArea, shapesByClass, shapesOf, type Parts, type Point} from './geometry';
 import {Refusal, type Layer, type Shapes} from './model';
@@ -22,6 +23,7 @@ export function readShapefile({files}: Archive, path: string): Found {
   const part = (extension: string) => [...files].find(([each]) =>
     each.toLowerCase() === path.toLowerCase().replace(/shp$/, extension))?.[1];
   const projection = part('prj');
+  if (projection) requireKnown(text.decode(projection));
   const table = part('dbf');
   const name = path.replace(/^.*\//, '').replace(/\.shp$/i, '');
   const shapes = parseShp(files.get(path) as Uint8Array, projection);
@@ -29,9 +31,17 @@ export function readShapefile({files}: Archive, path: string): Found {
   const layer = layerOf(name, features as Feature[]);
   if (!layer) return {layers: [], notes: [], fields: []};
   const [west, south, east, north] = layer.extent;
-  // The library leaves the numbers as they are if it does not know the projection.
   if (!(west >= -180 && east <= 180 && south >= -90 && north <= 90)) throw new Refusal(projection ? 'unknownProjection' : 'noProjection');
   return {layers: [layer], fields: [], notes: projection ? [] : [{kind: 'assumedDegrees', name}]};
+}
+
+/** shpjs would leave the numbers as they are. Throws Refusal. */
+function requireKnown(projection: string): void {
+  try {
+    proj4(projection);
+  } catch {
+    throw new Refusal('unknownProjection');
+  }
 }
 
 /** A table without a note of its encoding is old, unless its bytes are UTF-8. */
@@ -42,6 +52,17 @@ function encodingOf(table: Uint8Array): string {
   } catch {
     return 'windows-1252';
   }
+}
+
+/** A map opens with its first column: first the rates, last the numbers and sizes of the zones. */
+const columnOrder: readonly RegExp[] = [
+  /rate|dos[ei]|dawk|menge|aufwand|tasa|taxa|target|soll|(^|[^a-z])(kg|l|t|n|p|k|kgha|lha|tha)([^a-z]|$)/i,
+  /^(?!.*(area|fl(ä|ae)che|surf|shape|leng|perim|(^|[^a-z])([a-z]{0,6}id|nr|num|ha|acres?)([^a-z]|$)))/i,
+];
+
+function orderOf(column: string): number {
+  const found = columnOrder.findIndex((names) => names.test(column));
+  return found < 0 ? columnOrder.length : found;
 }
 
 interface Shape {
@@ -60,7 +81,8 @@ function layerOf(name: string, features: readonly Feature[]): Layer | undefined 
     throw new Refusal('tooDetailed');
   }
   const all = shapes.map(({parts}) => parts);
-  const columns = Object.keys(shapes[0]?.row ?? {}).filter((column) => typeof shapes[0]?.row[column] === 'number');
+  const columns = Object.keys(shapes[0]?.row ?? {}).filter((column) => typeof shapes[0]?.row[column] === 'number')
+    .sort((one, other) => orderOf(one) - orderOf(other));
   const extent = extentOf(all);
   const layerKind = kind === 'polygons' ? 'zones' : kind === 'points' ? 'track' : 'guidance';
   if (columns.length === 0) {

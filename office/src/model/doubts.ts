@@ -1,6 +1,6 @@
 // The warnings that the page shows before it sends a file.
 import {isPrescription, type Answer} from '../map/model';
-import {filesByInbox, type InboxOfProject} from './farm';
+import {filesByInbox, isForConsoles, type InboxOfProject} from './farm';
 import {isUnfinished, sendings} from './sending';
 
 export type Doubt =
@@ -23,11 +23,15 @@ export function doubtsOf(name: string, targets: readonly InboxOfProject[], answe
   if (answer && 'reading' in answer) {
     if (project !== prescriptions && isPrescription(answer.reading)) doubts.push({kind: 'misplaced', name, project});
     if (project === prescriptions && !answer.reading.hasTaskData) doubts.push({kind: 'noTaskData', name});
-  } else if (project === prescriptions && answer && (answer.refusal === 'notArchive' || answer.refusal === 'damaged')) {
+  } else if (answer && (answer.refusal === 'notArchive' || answer.refusal === 'damaged') && mustBeArchive(name, targets[0])) {
     doubts.push({kind: 'notArchive', name});
   }
   return doubts;
 }
+
+/** Consoles unpack the archives among their lines. They take other files of lines as they are. */
+const mustBeArchive = (name: string, target: InboxOfProject | undefined): boolean =>
+  target?.projectName === prescriptions || (target !== undefined && isForConsoles(target) && /\.zip$/i.test(name));
 
 /** The names of the files that the inbox has or that are on their way to it. */
 function namesIn(inbox: number): string[] {

@@ -56,16 +56,31 @@ async function contentOf({id}: File): Promise<Response> {
 /** The names in the archive of a day: a folder for each operator, and no name twice. */
 export function archiveNames(list: readonly Report[]): string[] {
   const used = new Set<string>();
+  const folders = new Map<string, string>();
   return list.map(({file, operator}) => {
-    const [, stem = '', extension = ''] = /^(.*?)(\.[^.]*)?$/s.exec(file.name) ?? [];
-    for (let count = 1; ; ++count) {
-      const name = `${operator.replaceAll(/[/\\]/g, '_')}/${stem}${count > 1 ? ` (${count})` : ''}${extension}`;
-      if (!used.has(name.toLowerCase())) {
-        used.add(name.toLowerCase());
-        return name;
-      }
-    }
+    const folder = folders.get(operator) ?? unusedName('', operator, used);
+    folders.set(operator, folder);
+    return unusedName(`${folder}/`, file.name, used);
   });
+}
+
+/** A name in the folder that is not used, also if a system does not distinguish capital letters. */
+function unusedName(folder: string, name: string, used: Set<string>): string {
+  const [, stem = '', extension = ''] = /^(.*?)(\.[^.]*)?$/s.exec(safeName(name)) ?? [];
+  for (let count = 1; ; ++count) {
+    const path = `${folder}${stem}${count > 1 ? ` (${count})` : ''}${extension}`;
+    const key = path.normalize().toLowerCase();
+    if (!used.has(key)) {
+      used.add(key);
+      return path;
+    }
+  }
+}
+
+/** A name that Windows takes, too: without its special characters, an end of dots or blanks, and its devices. */
+function safeName(name: string): string {
+  const safe = name.replaceAll(/[/\\<>:"|?*\p{Cc}]|[. ](?=[. ]*$)/gu, '_');
+  return /^(con|prn|aux|nul|conin\$|conout\$|(com|lpt)[\d¹²³])\s*(\.|$)/i.test(safe) ? `_${safe}` : safe || '_';
 }
 
 /** Packs the reports into one archive, without compression: reports are archives themselves. Throws ServiceError. */

@@ -1,7 +1,7 @@
 // Why an upload failed, and whether another attempt may succeed.
 import type {DetailedError, HttpRequest, HttpResponse} from 'tus-js-client';
 import {backoffMs} from '../api/backoff';
-import {isProblem, type Problem} from '../api/client';
+import {isProblem, kindOf, type Problem} from '../api/client';
 import type {Difference} from './stored_copy';
 
 /** Why a file was not sent, waits for the next attempt, or was not compared. */
@@ -30,9 +30,12 @@ export function keepUpload(request: HttpRequest, response: HttpResponse): void {
   if (request.getMethod() === 'HEAD' && status >= 300 && status !== 404 && status !== 410) throw new NoOffset(response);
 }
 
-/** The service's refusals are final. It may be back soon if it does not answer, is busy or has a fault. */
+/** The service's refusals are final, also at a limit of the farm. It may be back soon if it does not answer, is busy or has a fault. */
 export function maySucceedLater(error: UploadError): boolean {
-  const status = responseOf(error)?.getStatus() ?? 0;
+  const response = responseOf(error);
+  const status = response?.getStatus() ?? 0;
+  const problem = response && problemOf(response.getBody());
+  if (problem && kindOf(problem) === 'quota-exceeded') return false;
   return status < 400 || status >= 500 || status === 409 || status === 423 || status === 429;
 }
 

@@ -25,7 +25,7 @@ export function Files({inboxId}: {inboxId: number | undefined}) {
     <div class="files">
       <InboxList all={mine} shown={inbox} onlyNotFetched={onlyNotFetched.value} onChoose={choose} />
       {inbox ? (
-        <SendBox inbox={inbox} all={mine} onChoose={choose}>
+        <SendBox key={inbox.id} inbox={inbox} all={mine} onChoose={choose}>
           <FileList inbox={inbox} onlyNotFetched={onlyNotFetched} />
         </SendBox>
       ) : <p class="empty" role="alert">{t('files.noInbox')}</p>}

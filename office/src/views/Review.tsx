@@ -13,12 +13,13 @@ export interface Chosen {
   files: readonly File[];
   /** Inboxes of one project. */
   targets: readonly InboxOfProject[];
+  onSent?: () => void;
 }
 
 /** As in the service's API. */
 const longestNote = 200;
 
-export function Review({chosen: {files, targets}, onEnd}: {chosen: Chosen; onEnd: () => void}) {
+export function Review({chosen: {files, targets, onSent}, onEnd}: {chosen: Chosen; onEnd: () => void}) {
   const answers = useAnswers(files);
   const shown = useSignal(0);
   const note = useSignal('');
@@ -51,6 +52,7 @@ export function Review({chosen: {files, targets}, onEnd}: {chosen: Chosen; onEnd
         <button onClick={() => box.current?.close()}>{t('send.no')}</button>
         <button class="main" disabled={isReading} onClick={() => {
           send(files, targets.map(({id}) => id), note.value.replace(/[\p{Cc}\u2028-\u202e\u2066-\u2069]+/gu, ' ').trim());
+          onSent?.();
           box.current?.close();
         }}>{t(doubts.length > 0 ? 'review.sendAnyway' : 'send.yes')}</button>
       </div>

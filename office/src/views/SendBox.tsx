@@ -17,7 +17,13 @@ export function SendBox({inbox, all, onChoose, children}: Props) {
   const also = useSignal<ReadonlySet<number>>(new Set());
   const others = all.filter(({id, project}) => project === inbox.project && id !== inbox.id);
   const take = (files: readonly File[]) =>
-    onChoose({files, targets: [inbox, ...others.filter(({id}) => also.value.has(id))]});
+    onChoose({
+      files,
+      targets: [inbox, ...others.filter(({id}) => also.value.has(id))],
+      onSent: () => {
+        also.value = new Set();
+      },
+    });
   const {isOver, handlers} = useDropTarget(take);
   return (
     <section {...handlers}>

@@ -110,10 +110,10 @@ export function withClaimedSize(bytes: Bytes, size: number, claimed: number): By
   return bytes;
 }
 
-/** A shapefile of rectangles with the column RATE. */
+/** A shapefile of rectangles. Each column has the rates. */
 export function shapefile(rectangles: readonly (readonly [number, number, number, number])[], rates: readonly number[],
-    projection?: string): Bytes {
-  const files: Record<string, Uint8Array> = {'map.shp': shp(rectangles), 'map.dbf': dbf(rates)};
+    projection?: string, columns: readonly string[] = ['RATE']): Bytes {
+  const files: Record<string, Uint8Array> = {'map.shp': shp(rectangles), 'map.dbf': dbf(rates, columns)};
   if (projection) files['map.prj'] = strToU8(projection);
   return archive(files);
 }
@@ -139,22 +139,25 @@ function shp(rectangles: readonly (readonly [number, number, number, number])[])
   return new Uint8Array(view.buffer);
 }
 
-function dbf(rates: readonly number[]): Uint8Array {
+function dbf(rates: readonly number[], columns: readonly string[]): Uint8Array {
   const width = 10;
-  const head = 32 + 32 + 1;
-  const bytes = new Uint8Array(head + rates.length * (width + 1) + 1).fill(0x20);
+  const rowBytes = width * columns.length + 1;
+  const head = 32 + 32 * columns.length + 1;
+  const bytes = new Uint8Array(head + rates.length * rowBytes + 1).fill(0x20);
   bytes.fill(0, 0, head);
   const view = new DataView(bytes.buffer);
   bytes[0] = 3;
   view.setUint32(4, rates.length, true);
   view.setUint16(8, head, true);
-  view.setUint16(10, width + 1, true);
-  bytes.set(strToU8('RATE'), 32);
-  bytes[32 + 11] = 'N'.charCodeAt(0);
-  bytes[32 + 16] = width;
-  bytes[32 + 17] = 2;
+  view.setUint16(10, rowBytes, true);
+  columns.forEach((column, index) => {
+    const at = 32 + 32 * index;
+    bytes.set(strToU8(column), at);
+    bytes.set(['N'.charCodeAt(0), 0, 0, 0, 0, width, 2], at + 11);
+  });
   bytes[head - 1] = 0x0d;
-  rates.forEach((rate, index) => bytes.set(strToU8(rate.toFixed(2).padStart(width)), head + 1 + index * (width + 1)));
+  rates.forEach((rate, index) =>
+    bytes.set(strToU8(rate.toFixed(2).padStart(width).repeat(columns.length)), head + 1 + index * rowBytes));
   bytes[bytes.length - 1] = 0x1a;
   return bytes;
 }

@@ -30,6 +30,13 @@ describe('a doubt', () => {
     expect(kinds('Curves', reading({hasTaskData: false}))).toEqual([]);
   });
 
+  it('is about a damaged archive among guidance lines, but not about their other files', () => {
+    expect(kinds('Curves', {refusal: 'notArchive'})).toEqual(['notArchive']);
+    expect(kinds('AB Lines', {refusal: 'damaged'})).toEqual(['notArchive']);
+    expect(kinds('From Console', {refusal: 'notArchive'})).toEqual([]);
+    expect(doubtsOf('one.crv', [inbox(1, 'Curves')], {refusal: 'notArchive'})).toEqual([]);
+  });
+
   it('is not about a file that is only too large to be drawn, or not read yet', () => {
     expect(kinds('To Console', {refusal: 'tooLarge'})).toEqual([]);
     expect(kinds('To Console', undefined)).toEqual([]);

@@ -177,6 +177,20 @@ describe('a shapefile', () => {
       [{kind: 'refused', name: 'map.shp', refusal: 'unknownProjection'}]);
   });
 
+  it('with a projection that cannot be read is refused, also if its numbers can be degrees', async () => {
+    expect((await read('a.zip', shapefile([[5, 51, 5.001, 51.001]], [1], 'nonsense'))).notes).toEqual(
+      [{kind: 'refused', name: 'map.shp', refusal: 'unknownProjection'}]);
+  });
+
+  it.each([
+    [['ID', 'AREA_HA', 'RATE'], 'RATE'], [['OBJECTID', 'Zone', 'N'], 'N'], [['FID', 'Zone'], 'Zone'], [['id', 'Shape_Area'], 'id'],
+    [['Flaeche', 'Dosis_kg'], 'Dosis_kg'], [['ha', 'kg_ha'], 'kg_ha'],
+  ])('with the columns %j opens with %s', async (columns, shown) => {
+    const {layers: [layer]} = await read('a.zip', shapefile([[5, 51, 5.001, 51.001]], [1], undefined, columns));
+    expect(layer?.channels.map(({name}) => name)[0]).toBe(shown);
+    expect(layer?.channels.length).toBe(columns.length);
+  });
+
   it('in Lambert\'s conformal conic projection is drawn in its place', async () => {
     const lambert = 'PROJCS["RGF93 / Lambert-93",GEOGCS["RGF93",DATUM["Reseau_Geodesique_Francais_1993",SPHEROID["GRS 1980",6378137,298.257222101]],'
       + 'PRIMEM["Greenwich",0],UNIT["degree",0.0174532925199433]],PROJECTION["Lambert_Conformal_Conic_2SP"],PARAMETER["standard_parallel_1",49],'

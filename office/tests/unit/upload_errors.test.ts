@@ -1,7 +1,7 @@
 // The reason that an upload's line tells.
 import type {HttpRequest, HttpResponse} from 'tus-js-client';
 import {describe, expect, it} from 'vitest';
-import {failureOf, keepUpload, type UploadError} from '../../src/model/upload_errors';
+import {failureOf, keepUpload, maySucceedLater, type UploadError} from '../../src/model/upload_errors';
 
 const file = new Blob(['x']);
 const responseOf = (status: number, body = '') => ({getStatus: () => status, getBody: () => body}) as unknown as HttpResponse;
@@ -24,6 +24,12 @@ describe('a failed upload', () => {
     const problem = {type: 'urn:kelvo:problem:quota-exceeded', detail: 'The quota is full.'};
     const response = responseOf(507, JSON.stringify(problem));
     expect(await failureOf(errorOf(null, response), file)).toEqual({kind: 'refused', problem});
+  });
+
+  it('is tried again if the store is full, but not at a limit of the farm', () => {
+    const later = ['insufficient-storage', 'quota-exceeded'].map((kind) =>
+      maySucceedLater(errorOf(null, responseOf(507, JSON.stringify({type: `urn:kelvo:problem:${kind}`})))));
+    expect(later).toEqual([true, false]);
   });
 
   it('has no answer if the network fails, or if a portal redirects it', async () => {
