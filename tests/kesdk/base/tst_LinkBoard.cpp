@@ -39,7 +39,11 @@ protected:
     }
 
     std::shared_ptr<test::FakeTime> time = std::make_shared<test::FakeTime>();
-    LinkBoard board{std::make_unique<test::FakeClock>(time), [this] { return time->TimeOfDay(); }};
+    std::chrono::milliseconds clockError{0};
+    std::chrono::milliseconds asleep{0};
+    LinkBoard board{std::make_unique<test::FakeClock>(time),
+                    [this] { return time->TimeOfDay() + asleep + clockError; },
+                    [this] { return asleep; }};
     std::int64_t offset = 0;
 };
 
@@ -66,6 +70,33 @@ TEST_F(LinkBoardTest, KeepsTheTimeOfTheFirstFailureUntilTheNextContact)
     EXPECT_EQ(status.problem, EProblem::eNone);
     EXPECT_FALSE(status.offlineSince);
     EXPECT_EQ(status.lastContact->wallS, WallS());
+}
+
+TEST_F(LinkBoardTest, TellsTheTimesByTheClockThatHasBeenSetSince)
+{
+    clockError = 2h;
+    board.NoteContact();
+    board.NoteStream();
+    const std::int64_t contactS = WallS();
+    time->Advance(30s);
+    board.NoteProblem(EProblem::eNoAnswer, board.Now());
+    EXPECT_EQ(board.Read().offlineSince->wallS, contactS + 7200 + 30);
+    time->Advance(60s);
+    clockError = 0h;
+    const kesdkimpl::LinkStatus status = board.Read();
+    EXPECT_EQ(status.lastContact->wallS, contactS);
+    EXPECT_EQ(status.listsCurrentAt->wallS, contactS);
+    EXPECT_EQ(status.offlineSince->wallS, contactS + 30);
+}
+
+// The steady clock does not count a sleep of the console.
+TEST_F(LinkBoardTest, KeepsTheTimesFromBeforeASleepOfTheConsole)
+{
+    asleep = 1h;
+    board.NoteContact();
+    const std::int64_t contactS = WallS() + 3600;
+    asleep += 8h;
+    EXPECT_EQ(board.Read().lastContact->wallS, contactS);
 }
 
 TEST_F(LinkBoardTest, IgnoresTheFailureOfARequestThatIsOlderThanAFreshContact)

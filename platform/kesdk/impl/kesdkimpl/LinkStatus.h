@@ -38,7 +38,9 @@ enum class EPhase : std::uint8_t {
 
 struct Moment
 {
-    std::int64_t wallS = 0; // by the console's clock, seconds since 1970
+    // By the console's clock at the time of the copy, seconds since 1970: if the clock is set, the
+    // next copy has another value.
+    std::int64_t wallS = 0;
     std::chrono::steady_clock::time_point steady;
 };
 

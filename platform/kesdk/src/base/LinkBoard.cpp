@@ -36,55 +36,57 @@ std::weak_ptr<LinkBoard>& Published()
 
 } // namespace
 
-LinkBoard::LinkBoard(std::unique_ptr<Clock> clock, WallTime wallTime)
-    : m_clock(std::move(clock)), m_wallTime(std::move(wallTime))
-{
-    m_status.session = kesdkimpl::ESession::eLoggedOut;
-}
+LinkBoard::LinkBoard(std::unique_ptr<Clock> clock, WallTime wallTime, Asleep asleep)
+    : m_clock(std::move(clock)), m_wallTime(std::move(wallTime)), m_asleep(std::move(asleep))
+{}
 
 LinkBoard::LinkBoard()
-    : LinkBoard(std::make_unique<SystemClock>(), [] {
-          return duration_cast<milliseconds>(std::chrono::system_clock::now().time_since_epoch());
-      })
+    : LinkBoard(
+          std::make_unique<SystemClock>(),
+          [] {
+              return duration_cast<milliseconds>(
+                  std::chrono::system_clock::now().time_since_epoch());
+          },
+          &TimeAsleep)
 {}
 
 void LinkBoard::SetSession(kesdkimpl::ESession session)
 {
     const std::lock_guard lock(m_mutex);
-    m_status.session = session;
+    m_session = session;
     if (session == kesdkimpl::ESession::eConnecting) {
-        m_status.problem = kesdkimpl::EProblem::eNone;
-        m_status.offlineSince.reset();
+        m_problem = kesdkimpl::EProblem::eNone;
+        m_offlineSince.reset();
     }
 }
 
 Clock::Time LinkBoard::NoteContact()
 {
     const std::lock_guard lock(m_mutex);
-    m_status.problem = kesdkimpl::EProblem::eNone;
-    m_status.offlineSince.reset();
-    m_status.lastContact = MomentNow();
-    return m_status.lastContact->steady;
+    m_problem = kesdkimpl::EProblem::eNone;
+    m_offlineSince.reset();
+    m_lastContact = EventNow();
+    return m_lastContact->at;
 }
 
 void LinkBoard::NoteStream()
 {
     const std::lock_guard lock(m_mutex);
-    m_status.listsCurrentAt = MomentNow();
+    m_listsCurrentAt = EventNow();
 }
 
 void LinkBoard::NoteProblem(kesdkimpl::EProblem problem, Clock::Time lastSign)
 {
     const std::lock_guard lock(m_mutex);
-    const std::optional<kesdkimpl::Moment>& contact = m_status.lastContact;
-    if (!contact || contact->steady <= lastSign || Now() - contact->steady > kFreshContact)
+    if (!m_lastContact || m_lastContact->at <= lastSign ||
+        Now() - m_lastContact->at > kFreshContact)
         TakeProblem(problem);
 }
 
 void LinkBoard::NoteRefusedStream()
 {
     const std::lock_guard lock(m_mutex);
-    if (m_status.problem == kesdkimpl::EProblem::eNone)
+    if (m_problem == kesdkimpl::EProblem::eNone)
         TakeProblem(kesdkimpl::EProblem::eNoAnswer);
 }
 
@@ -153,7 +155,12 @@ void LinkBoard::SetVerifying()
 kesdkimpl::LinkStatus LinkBoard::Read() const
 {
     const std::lock_guard lock(m_mutex);
-    kesdkimpl::LinkStatus status = m_status;
+    kesdkimpl::LinkStatus status;
+    status.session = m_session;
+    status.problem = m_problem;
+    status.offlineSince = MomentOf(m_offlineSince);
+    status.lastContact = MomentOf(m_lastContact);
+    status.listsCurrentAt = MomentOf(m_listsCurrentAt);
     if (m_transfer)
         status.transfer = Describe(*m_transfer);
     return status;
@@ -165,10 +172,12 @@ void LinkBoard::Publish(const std::shared_ptr<LinkBoard>& board)
     Published() = board;
 }
 
-kesdkimpl::Moment LinkBoard::MomentNow() const
+std::optional<kesdkimpl::Moment> LinkBoard::MomentOf(const std::optional<Event>& event) const
 {
-    const Clock::Time now = Now();
-    return {WallS(now), now};
+    if (!event)
+        return std::nullopt;
+    const milliseconds sleptSince = m_asleep() - event->asleep;
+    return kesdkimpl::Moment{WallS(event->at - sleptSince), event->at};
 }
 
 std::int64_t LinkBoard::WallS(Clock::Time time) const
@@ -179,9 +188,9 @@ std::int64_t LinkBoard::WallS(Clock::Time time) const
 
 void LinkBoard::TakeProblem(kesdkimpl::EProblem problem)
 {
-    m_status.problem = problem;
-    if (!m_status.offlineSince)
-        m_status.offlineSince = MomentNow();
+    m_problem = problem;
+    if (!m_offlineSince)
+        m_offlineSince = EventNow();
 }
 
 void LinkBoard::Move(std::int64_t doneBytes)

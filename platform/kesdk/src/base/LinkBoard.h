@@ -23,7 +23,11 @@ class LinkBoard
 public:
     // The console's clock: the time since 1970.
     using WallTime = std::function<std::chrono::milliseconds()>;
-    LinkBoard(std::unique_ptr<Clock> clock, WallTime wallTime);
+    // How long the console has slept since its start. The steady clock does not count this time.
+    using Asleep = std::function<std::chrono::milliseconds()>;
+    LinkBoard(
+        std::unique_ptr<Clock> clock, WallTime wallTime,
+        Asleep asleep = [] { return std::chrono::milliseconds(0); });
     LinkBoard(); // on the real clocks
 
     // A new login forgets the problem from before.
@@ -57,6 +61,12 @@ public:
     static void Publish(const std::shared_ptr<LinkBoard>& board);
 
 private:
+    // The console's clock may be set later, so the time by this clock is computed for each status.
+    struct Event
+    {
+        Clock::Time at;
+        std::chrono::milliseconds asleep; // how long the console had slept until then
+    };
     struct Sample
     {
         Clock::Time at;
@@ -75,7 +85,8 @@ private:
     };
 
     // The caller of the following functions holds the mutex.
-    kesdkimpl::Moment MomentNow() const;
+    Event EventNow() const { return {Now(), m_asleep()}; }
+    std::optional<kesdkimpl::Moment> MomentOf(const std::optional<Event>& event) const;
     std::int64_t WallS(Clock::Time time) const;
     void TakeProblem(kesdkimpl::EProblem problem);
     void Move(std::int64_t doneBytes);
@@ -83,8 +94,13 @@ private:
 
     const std::unique_ptr<Clock> m_clock;
     const WallTime m_wallTime;
+    const Asleep m_asleep;
     mutable std::mutex m_mutex; // guards everything below
-    kesdkimpl::LinkStatus m_status;
+    kesdkimpl::ESession m_session = kesdkimpl::ESession::eLoggedOut;
+    kesdkimpl::EProblem m_problem = kesdkimpl::EProblem::eNone;
+    std::optional<Event> m_offlineSince;
+    std::optional<Event> m_lastContact;
+    std::optional<Event> m_listsCurrentAt;
     std::optional<Transfer> m_transfer;
 };
 

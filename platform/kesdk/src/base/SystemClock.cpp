@@ -1,5 +1,7 @@
 #include "base/SystemClock.h"
 
+#include <time.h>
+
 #include <algorithm>
 
 namespace kesdk::impl {
@@ -8,7 +10,20 @@ namespace {
 
 constexpr std::chrono::milliseconds kAskAbortEvery{200};
 
+std::chrono::milliseconds TimeOf(clockid_t clock)
+{
+    timespec now{};
+    ::clock_gettime(clock, &now);
+    return std::chrono::seconds(now.tv_sec) + std::chrono::duration_cast<std::chrono::milliseconds>(
+                                                  std::chrono::nanoseconds(now.tv_nsec));
+}
+
 } // namespace
+
+std::chrono::milliseconds TimeAsleep()
+{
+    return TimeOf(CLOCK_BOOTTIME) - TimeOf(CLOCK_MONOTONIC);
+}
 
 bool SystemTiming::Sleep(std::chrono::milliseconds duration, const AbortCheck& abort)
 {

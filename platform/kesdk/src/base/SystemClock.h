@@ -15,6 +15,9 @@ public:
     Time Now() const override { return std::chrono::steady_clock::now(); }
 };
 
+// How long the console has slept since its start. The steady clock does not count this time.
+std::chrono::milliseconds TimeAsleep();
+
 class SystemTiming : public Timing
 {
 public:

@@ -1,9 +1,9 @@
 #include "http/ConsoleFacts.h"
 
 #include "base/BuildTime.h"
+#include "base/SystemClock.h"
 
 #include <sys/socket.h>
-#include <time.h>
 #include <unistd.h>
 
 #include <arpa/inet.h>
@@ -22,19 +22,6 @@ std::int64_t WallTimeS()
 {
     timespec now{};
     return ::clock_gettime(CLOCK_REALTIME, &now) == 0 ? static_cast<std::int64_t>(now.tv_sec) : -1;
-}
-
-std::chrono::milliseconds TimeOf(clockid_t clock)
-{
-    timespec now{};
-    ::clock_gettime(clock, &now);
-    return std::chrono::seconds(now.tv_sec) + std::chrono::duration_cast<std::chrono::milliseconds>(
-                                                  std::chrono::nanoseconds(now.tv_nsec));
-}
-
-std::chrono::milliseconds Asleep()
-{
-    return TimeOf(CLOCK_BOOTTIME) - TimeOf(CLOCK_MONOTONIC);
 }
 
 // The kernel refuses to bind to an address that the console does not have.
@@ -63,7 +50,7 @@ bool HasLostAddress(int socket)
 
 ConsoleFacts RealConsoleFacts()
 {
-    return {&WallTimeS, &std::chrono::steady_clock::now, &Asleep, &HasLostAddress};
+    return {&WallTimeS, &std::chrono::steady_clock::now, &TimeAsleep, &HasLostAddress};
 }
 
 bool IsClockWrong(std::int64_t wallTimeS, const std::optional<std::int64_t>& toldTimeS)
