@@ -12,6 +12,7 @@ export type File = Schemas['File'];
 export type BinFile = Schemas['BinFile'];
 export type User = Schemas['User'];
 export type Console = Schemas['ConsoleRecord'];
+export type Position = Schemas['ReportedPosition'];
 export type TrackPoint = Schemas['TrackPoint'];
 export type OwnSession = Schemas['OwnSession'];
 export type FarmUsage = Schemas['FarmUsage'];

@@ -1,6 +1,6 @@
 // The farm's inboxes, files and consoles: a snapshot of the service, kept current by events.
 import {computed, signal} from '@preact/signals';
-import type {Account, Console, ConsoleMoved, File, FileEvent, Inbox, InboxEvent, User} from '../api/client';
+import type {Account, Console, ConsoleMoved, File, FileEvent, Inbox, InboxEvent, Position, User} from '../api/client';
 import type {ServiceEvent} from '../api/events';
 import {movementBetween, type Movement} from './movement';
 
@@ -59,8 +59,19 @@ export function takeSnapshot(account: Account): void {
   ++fileSet.value;
 }
 
-export function takeConsoles(list: readonly Console[]): void {
-  consoles.value = new Map(list.map((each) => [each.id, each]));
+/** `before` are the consoles at the start of the read: a console that moved during the read keeps its newer position. */
+export function takeConsoles(list: readonly Console[], before = consoles.value): void {
+  consoles.value = new Map(list.map((each) => [each.id, withMovement(each, before.get(each.id))]));
+}
+
+function withMovement(read: Console, before: ConsoleState | undefined): ConsoleState {
+  const known = consoles.value.get(read.id);
+  if (!known) return read;
+  const {operator, position, movement} = known;
+  if (position !== before?.position) return {...read, operator, position, movement};
+  if (!position || !read.position) return read;
+  const isSame = position.received_at === read.position.received_at && position.time_s === read.position.time_s;
+  return {...read, movement: isSame ? movement : movementBetween(position, read.position)};
 }
 
 /** Returns false for an event that asks for a new list of consoles. */
@@ -101,6 +112,9 @@ export function lastReportMs({environment, devices, position}: ConsoleState): nu
   const times = [position, environment, ...devices].map((report) => report?.received_at);
   return Math.max(...times.map((time) => (time ? Date.parse(time) : 0)));
 }
+
+/** By the service's clock if the console's clock is ahead of it. */
+export const measuredMs = ({time_s, received_at}: Position): number => Math.min(time_s * 1000, Date.parse(received_at));
 
 export function forgetAll(): void {
   user.value = undefined;

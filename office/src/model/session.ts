@@ -3,7 +3,7 @@ import {signal} from '@preact/signals';
 import {client, documentOf, listAll, ServiceError, type Console} from '../api/client';
 import type {ServiceEvent} from '../api/events';
 import {shareEvents} from '../api/shared_events';
-import {forgetAll, takeConsoles, takeEvent, takeSnapshot, user} from './farm';
+import {consoles, forgetAll, takeConsoles, takeEvent, takeSnapshot, user} from './farm';
 
 export type Link =
   | {kind: 'connecting'}
@@ -116,8 +116,9 @@ async function readSnapshot(signal: AbortSignal): Promise<string> {
 async function readConsoles(): Promise<void> {
   const reader = user.value;
   if (reader?.role !== 'office') return;
+  const before = consoles.value;
   const list = await listAll<'consoles', Console>('/consoles?limit=1000', 'consoles');
-  if (user.value === reader) takeConsoles(list);
+  if (user.value === reader) takeConsoles(list, before);
 }
 
 let isReading = false;
@@ -125,9 +126,9 @@ let isOutdated = false;
 
 /**
  * One read runs at a time: a call during a read causes one more read. A failed read does not change
- * the link, because the stream of events tells its state. The next event of an unknown console reads again.
+ * the link, because the stream of events tells its state. The next call reads again.
  */
-async function renewConsoles(): Promise<void> {
+export async function renewConsoles(): Promise<void> {
   isOutdated = true;
   if (isReading) return;
   isReading = true;

@@ -2,7 +2,7 @@
 import {type Signal, useSignal} from '@preact/signals';
 import {useEffect} from 'preact/hooks';
 import type {TrackPoint} from '../api/client';
-import {consoleName, type ConsoleState} from '../model/farm';
+import {consoleName, measuredMs, type ConsoleState} from '../model/farm';
 import {movementBetween, type Movement} from '../model/movement';
 import {reconnections} from '../model/session';
 import {dayOf} from '../model/day';
@@ -41,7 +41,10 @@ function Facts({console: {position, movement, environment}}: {console: ConsoleSt
           <dt>{t('fleet.position')}</dt>
           <dd>{position.latitude.toFixed(5)}°, {position.longitude.toFixed(5)}°</dd>
           <dt>{t('fleet.measured')}</dt>
-          <dd>{dateText(position.time_s * 1000)} ({agoText(position.time_s * 1000)})</dd>
+          <dd>
+            {dateText(position.time_s * 1000)}
+            {position.time_s * 1000 - receivedMs > lateMs ? ` · ${t('fleet.clockAhead')}` : ` (${agoText(measuredMs(position))})`}
+          </dd>
           <dt>{t('fleet.received')}</dt>
           <dd>{dateText(receivedMs)}{receivedMs - position.time_s * 1000 > lateMs && ` · ${t('fleet.late')}`}</dd>
         </>

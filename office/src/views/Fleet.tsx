@@ -1,7 +1,9 @@
 // The consoles of the farm, on a map and in a list. #/fleet/3 is the console 3.
 import {useComputed, useSignal} from '@preact/signals';
+import {useEffect} from 'preact/hooks';
 import type {TrackPoint} from '../api/client';
-import {consoleName, consoles, lastReportMs, type ConsoleState} from '../model/farm';
+import {consoleName, consoles, lastReportMs, measuredMs, type ConsoleState} from '../model/farm';
+import {reconnections, renewConsoles} from '../model/session';
 import type {Marker} from '../map/fleet';
 import type {Point} from '../map/geometry';
 import {t} from '../texts';
@@ -17,6 +19,7 @@ const oldMs = 15 * 60 * 1000;
 const silentMs = 60 * 60 * 1000;
 /** Two hundred moving consoles must not draw the list two hundred times a second. */
 const pauseMs = 250;
+const readMs = 60_000;
 
 export function Fleet({consoleId}: {consoleId: number | undefined}) {
   const search = useSignal('');
@@ -26,6 +29,7 @@ export function Fleet({consoleId}: {consoleId: number | undefined}) {
   const trackPoints = useComputed(() => track.value.map(placeOf));
   const replayPoint = useComputed(() => (replay.value ? placeOf(replay.value) : undefined));
   const known = useSlowly(consoles, pauseMs);
+  useNewReports();
   const all = [...known.values()];
   if (all.length === 0) return <p class="empty">{t('fleet.none')}</p>;
   const found = all.filter((console) => matches(search.value, consoleName(console), console.operator.name)
@@ -58,6 +62,22 @@ export function Fleet({consoleId}: {consoleId: number | undefined}) {
   );
 }
 
+/** No event tells of equipment, or of a console that has no position. */
+function useNewReports(): void {
+  useEffect(() => {
+    const read = () => {
+      if (!document.hidden) void renewConsoles();
+    };
+    read();
+    const timer = setInterval(read, readMs);
+    document.addEventListener('visibilitychange', read);
+    return () => {
+      clearInterval(timer);
+      document.removeEventListener('visibilitychange', read);
+    };
+  }, [reconnections.value]);
+}
+
 function Line({console, isChosen}: {console: ConsoleState; isChosen: boolean}) {
   const {operator, position} = console;
   const movement = movementNow(console);
@@ -67,7 +87,7 @@ function Line({console, isChosen}: {console: ConsoleState; isChosen: boolean}) {
         <b>{consoleName(console)}</b> {operator.name}
         <span class="detail">{t('fleet.reportAgo', {ago: agoText(lastReportMs(console))})}</span>
         <span class="detail">
-          {position ? t('fleet.positionAgo', {ago: agoText(position.time_s * 1000)}) : t('fleet.noPosition')}
+          {position ? t('fleet.positionAgo', {ago: agoText(measuredMs(position))}) : t('fleet.noPosition')}
           {movement && ` · ${Math.round(movement.speedKmh)} km/h`}
         </span>
       </a>
@@ -75,7 +95,7 @@ function Line({console, isChosen}: {console: ConsoleState; isChosen: boolean}) {
   );
 }
 
-const isOld = ({position}: ConsoleState): boolean => !!position && now.value - position.time_s * 1000 > oldMs;
+const isOld = ({position}: ConsoleState): boolean => !!position && now.value - measuredMs(position) > oldMs;
 
 /** Undefined if the position is old. */
 const movementNow = (console: ConsoleState) => (isOld(console) ? undefined : console.movement);

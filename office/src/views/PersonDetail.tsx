@@ -3,7 +3,7 @@ import {useSignal} from '@preact/signals';
 import {useEffect} from 'preact/hooks';
 import {apiPath, client, documentOf, ignoreMissing, type Inbox, type OwnSession, type User} from '../api/client';
 import {inboxes, user} from '../model/farm';
-import {reconnections} from '../model/session';
+import {reconnections, renewConsoles} from '../model/session';
 import {amountsOf, type Amount} from '../model/storage';
 import {projectName, t} from '../texts';
 import {Ask, type Question} from './Ask';
@@ -125,6 +125,7 @@ const eraseTrack = ({id, name}: User): Question => ({
   doText: t('people.erase'),
   onDo: async () => {
     await documentOf(client.DELETE('/users/{id}/track', {params: {path: {id}}}));
+    void renewConsoles();
     tell(t('people.erased', {name}));
   },
 });

@@ -2,6 +2,7 @@
 import type {Page} from 'playwright-core';
 import {beforeAll, describe, expect, it} from 'vitest';
 import {violations} from './barriers';
+import {replace} from './herd';
 import {useWorld, world} from './world';
 
 useWorld();
@@ -117,6 +118,50 @@ describe('the fleet', () => {
       expect(await violations(page)).toEqual([]);
       expect(await page.evaluate(() => document.documentElement.scrollWidth)).toBeLessThanOrEqual(360);
     }
+  });
+
+  it('tells the age of a position from its receipt if the clock of the console is ahead', async () => {
+    const page = await world.logIn('office');
+    await replace(page, '/consoles', ({consoles: [console]}) => {
+      console.position.time_s = nowS() + 20 * 3600;
+      console.position.received_at = new Date((nowS() - 10 * 3600) * 1000).toISOString();
+    });
+    await page.getByRole('link', {name: 'Fleet', exact: true}).click();
+    await page.getByText('Position measured 10 hours ago').waitFor();
+    await findColour(page, 0x6b, 0x71, 0x6c);
+    await page.getByRole('link', {name: /Console 12/}).click();
+    await page.getByText('the console’s clock is ahead').waitFor();
+    await world.picture(page, 'clock-ahead');
+  });
+
+  it('shows equipment and new consoles without a position after a minute, while the page is visible', async () => {
+    const reads: string[] = [];
+    const page = await world.logIn('office');
+    page.on('request', (request) => {
+      if (request.url().includes('/consoles?')) reads.push(request.url());
+    });
+    await page.clock.install();
+    await page.getByRole('link', {name: 'Fleet', exact: true}).click();
+    await page.getByRole('link', {name: /Console 12/}).click();
+    await page.getByText('GPS receiver · aa:bb').waitFor();
+    const quiet = {console_string: 'Quiet', host_string: '1', hardware_address: '00:1b:44:00:00:01', kind: 'Controller'};
+    await world.command('report', 'PUT', '/environment', {timestamp_ms: Date.now(), console: quiet, controller: quiet});
+    await page.clock.runFor(60_000);
+    await page.getByRole('link', {name: /Quiet/}).getByText('No position').click();
+    await page.getByText('The console has reported no equipment.').waitFor();
+
+    const show = (isHidden: boolean) => page.evaluate((hidden) => {
+      Object.defineProperty(document, 'hidden', {value: hidden, configurable: true});
+      document.dispatchEvent(new Event('visibilitychange'));
+    }, isHidden);
+    await show(true);
+    await world.command('report', 'PUT', '/devices',
+      {timestamp_ms: Date.now(), state: 1, flag: true, device: {hardware_address: 'cc:dd', kind: 'Valve'}});
+    const before = reads.length;
+    await page.clock.runFor(300_000);
+    await show(false);
+    await page.getByText('Valve · cc:dd').waitFor();
+    expect(reads.length).toBe(before + 1);
   });
 
   it('shows nothing of a console that is not on the farm', async () => {

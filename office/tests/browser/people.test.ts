@@ -90,6 +90,16 @@ describe('the people', () => {
     expect(await button(page, 'Disable').count()).toBe(0);
   });
 
+  it('lose their tracks, and the page reads the consoles again', async () => {
+    const page = await open('People');
+    await page.locator('.people-list').getByRole('link', {name: /^olga/}).click();
+    await button(page, 'Delete the tracks').click();
+    const reads = page.waitForRequest(/\/consoles\?/);
+    await page.locator('.ask .main').click();
+    await page.getByText('The tracks of olga are deleted.').waitFor();
+    await reads;
+  });
+
   it('lose one session, while the others live', async () => {
     const first = await world.logIn('operator');
     const second = await world.logIn('operator');

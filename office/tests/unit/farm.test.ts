@@ -1,7 +1,7 @@
 // The farm as a snapshot and the events after it.
 import {beforeEach, describe, expect, it} from 'vitest';
 import type {Account, Console, File} from '../../src/api/client';
-import {consoles, files, filesByInbox, fileSet, forgetAll, inboxes, lastReportMs, notFetched, takeConsoles, takeEvent, takeSnapshot} from '../../src/model/farm';
+import {consoles, files, filesByInbox, fileSet, forgetAll, inboxes, lastReportMs, measuredMs, notFetched, takeConsoles, takeEvent, takeSnapshot} from '../../src/model/farm';
 
 const file = (id: number, container = 10): File => ({
   id, container, kind: 'file', name: `field ${id}.zip`, size: 5, sha256: 'a'.repeat(64), created_at: '2026-05-01T06:12:30Z',
@@ -85,6 +85,31 @@ describe('the farm', () => {
     expect(lastReportMs(moved)).toBe(300_000);
     expect(lastReportMs(known)).toBe(0);
     expect(takeEvent(event('console-moved', {...move, console: 4}))).toBe(false);
+  });
+
+  it('tells the time of a position by the service if the clock of the console is ahead', () => {
+    const position = {latitude: 51, longitude: 5, received_at: '1970-01-01T00:05:00Z'};
+    expect(measuredMs({...position, time_s: 400})).toBe(300_000);
+    expect(measuredMs({...position, time_s: 100})).toBe(100_000);
+  });
+
+  it('knows the movement after a new list of consoles, and no older place', () => {
+    const place = (time_s: number, latitude: number) => ({time_s, latitude, longitude: 5, received_at: new Date(time_s * 1000).toISOString()});
+    const at = (position: Console['position']): Console => ({id: 3, console_string: '', hardware_address: '', operator: {id: 7, name: 'olga'},
+      environment: null, devices: [], position});
+    const shown = () => consoles.value.get(3)!;
+    takeConsoles([at(place(100, 51))]);
+    takeConsoles([at(place(160, 51.001))]);
+    expect(shown().movement?.heading).toBe(0);
+    takeConsoles([at(place(160, 51.001))]);
+    expect(shown().movement?.heading).toBe(0);
+    const before = consoles.value;
+    takeEvent(event('console-moved', {console: 3, user: {id: 9, name: 'piet'}, ...place(220, 51)}));
+    takeConsoles([at(place(160, 51.001))], before);
+    expect(shown()).toMatchObject({operator: {name: 'piet'}, position: {time_s: 220}, movement: {heading: 180}});
+    takeConsoles([at(null)]);
+    expect(shown()).toMatchObject({position: null});
+    expect(shown().movement).toBeUndefined();
   });
 
   it('knows nothing after the session', () => {
