@@ -32,7 +32,8 @@ void TSettingsPage::Show(const TStoredSettings& settings)
     for (int row = 0; row < m_notes.size(); ++row) {
         ShowNote(row, {});
     }
-    m_pin->SetTextValue(IsLocked() ? QString() : settings.pin);
+    m_pin->SetTextValue({});
+    ShowChoice(*m_pinRemoval, 0);
     ShowLock();
     ShowReceiver();
     ShowButtons();
@@ -68,9 +69,7 @@ TStoredSettings TSettingsPage::Entered() const
     for (std::size_t row = 0; row < textRows.size(); ++row) {
         settings.*textRows.at(row).value = m_rows.at(int(row))->GetTextValue().trimmed();
     }
-    if (!IsLocked()) {
-        settings.pin = m_pin->GetTextValue().trimmed();
-    }
+    settings.pin = EnteredPin();
     const auto language = static_cast<std::size_t>(m_rows.at(languageRow)->GetNumericalValue());
     settings.language = QLatin1String(languages.at(language).code);
     for (std::size_t row = 0; row < flagRows.size(); ++row) {

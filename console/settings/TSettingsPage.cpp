@@ -152,16 +152,17 @@ void TSettingsPage::ShowButtons()
 
 void TSettingsPage::Save()
 {
+    const QString pinFault = CheckPin();
     const TStoredSettings settings = Entered();
     QString errorText;
-    if (!CheckStoredSettings(settings, errorText)) {
+    if (!CheckStoredSettings(settings, errorText) || !pinFault.isEmpty()) {
         for (int row = 0; row < m_notes.size(); ++row) {
             CheckRow(row);
         }
-        CheckPin();
-        SetMessage(errorText);
+        SetMessage(errorText.isEmpty() ? pinFault : errorText);
         return;
     }
+    m_isUnlocked = !IsLocked(); // a new PIN is asked for when the page is opened again
     Q_EMIT SaveRequested(settings);
 }
 

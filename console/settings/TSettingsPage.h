@@ -10,6 +10,7 @@
 #include <optional>
 
 class QLabel;
+class QLineEdit;
 class QScrollArea;
 class QVBoxLayout;
 class TPropertyWidget;
@@ -21,8 +22,9 @@ class TSettingNote;
 
 // The display's settings (colours, size of the window and of the texts) change at once, all other
 // settings when the operator saves. The page refuses invalid values with a message. If there is a
-// PIN, the installer's rows are off until the operator enters the PIN. Below each text is a note:
-// why the text is invalid, or which value is in use, or what to enter.
+// PIN, the installer's rows are off until the operator enters the PIN. Then the row of the PIN is
+// empty and takes a new PIN. Below each text is a note: why the text is invalid, or which value is
+// in use, or what to enter.
 //
 // Thread: main.
 class TSettingsPage : public QWidget
@@ -63,6 +65,8 @@ public:
     // The row of the PIN, and the note below it.
     TPropertyWidget* Pin() const { return m_pin; }
     QString PinNote() const;
+    // The choice to remove the PIN. Visible if there is a PIN and the page is unlocked.
+    TPropertyWidget* PinRemoval() const { return m_pinRemoval; }
     // The note below a row with a text, plain text.
     QString Note(int row) const;
     TPushButton* AboutButton() const { return m_about; }
@@ -88,8 +92,13 @@ private:
     void AddPinRow(QVBoxLayout& column);
     bool IsLocked() const { return !m_isUnlocked && !m_shown.pin.isEmpty(); }
     void ShowLock();
+    QString PinHint() const;
+    bool IsPinRemoved() const;
+    QString EnteredPin() const;
     void TakePin();
-    void CheckPin();
+    void TakePinRemoval();
+    // Returns the fault.
+    QString CheckPin();
     void ShowButtons();
     void TakeDisplay();
     void ShowReceiver();
@@ -104,7 +113,9 @@ private:
     QList<TSettingNote*> m_notes; // one for each row with a text
     TPropertyWidget* m_receiver = nullptr;
     TPropertyWidget* m_pin = nullptr;
+    QLineEdit* m_pinEdit = nullptr;
     TSettingNote* m_pinNote = nullptr;
+    TPropertyWidget* m_pinRemoval = nullptr;
     bool m_isUnlocked = false; // the operator has entered the PIN
     QStringList m_sources;     // the sources that m_receiver offers
     QLabel* m_message;

@@ -826,6 +826,34 @@ Der Dienst hat seine Dateien noch nicht aufgelistet.</translation>
         <translation>Die PIN ist falsch.</translation>
     </message>
     <message>
+        <source>New installer&apos;s PIN</source>
+        <translation>Neue PIN des Installateurs</translation>
+    </message>
+    <message>
+        <source>Unchanged</source>
+        <translation>Unverändert</translation>
+    </message>
+    <message>
+        <source>Remove the PIN</source>
+        <translation>PIN entfernen</translation>
+    </message>
+    <message>
+        <source>No</source>
+        <translation>Nein</translation>
+    </message>
+    <message>
+        <source>Yes</source>
+        <translation>Ja</translation>
+    </message>
+    <message>
+        <source>After Save, everyone can change everything.</source>
+        <translation>Nach dem Speichern kann jeder alles ändern.</translation>
+    </message>
+    <message>
+        <source>The settings are unlocked. To change the PIN, enter 4 to 8 digits.</source>
+        <translation>Das Setup ist entsperrt. Zum Ändern der PIN 4 bis 8 Ziffern eingeben.</translation>
+    </message>
+    <message>
         <source>The command line sets %1. A restart does not change this.</source>
         <translation>Die Befehlszeile legt %1 fest. Ein Neustart ändert das nicht.</translation>
     </message>

@@ -826,6 +826,34 @@ El servicio aún no ha listado sus archivos.</translation>
         <translation>El PIN es incorrecto.</translation>
     </message>
     <message>
+        <source>New installer&apos;s PIN</source>
+        <translation>Nuevo PIN del instalador</translation>
+    </message>
+    <message>
+        <source>Unchanged</source>
+        <translation>Sin cambios</translation>
+    </message>
+    <message>
+        <source>Remove the PIN</source>
+        <translation>Quitar el PIN</translation>
+    </message>
+    <message>
+        <source>No</source>
+        <translation>No</translation>
+    </message>
+    <message>
+        <source>Yes</source>
+        <translation>Sí</translation>
+    </message>
+    <message>
+        <source>After Save, everyone can change everything.</source>
+        <translation>Después de guardar, cualquiera puede cambiarlo todo.</translation>
+    </message>
+    <message>
+        <source>The settings are unlocked. To change the PIN, enter 4 to 8 digits.</source>
+        <translation>Los ajustes están desbloqueados. Para cambiar el PIN, introduzca de 4 a 8 cifras.</translation>
+    </message>
+    <message>
         <source>The command line sets %1. A restart does not change this.</source>
         <translation>La línea de comandos fija %1. Un reinicio no lo cambia.</translation>
     </message>

@@ -826,6 +826,34 @@ Le service n&apos;a pas encore listé ses fichiers.</translation>
         <translation>Le code PIN est faux.</translation>
     </message>
     <message>
+        <source>New installer&apos;s PIN</source>
+        <translation>Nouveau code PIN de l&apos;installateur</translation>
+    </message>
+    <message>
+        <source>Unchanged</source>
+        <translation>Inchangé</translation>
+    </message>
+    <message>
+        <source>Remove the PIN</source>
+        <translation>Supprimer le code PIN</translation>
+    </message>
+    <message>
+        <source>No</source>
+        <translation>Non</translation>
+    </message>
+    <message>
+        <source>Yes</source>
+        <translation>Oui</translation>
+    </message>
+    <message>
+        <source>After Save, everyone can change everything.</source>
+        <translation>Après l&apos;enregistrement, tout le monde peut tout modifier.</translation>
+    </message>
+    <message>
+        <source>The settings are unlocked. To change the PIN, enter 4 to 8 digits.</source>
+        <translation>Les réglages sont déverrouillés. Pour changer le code PIN, saisir 4 à 8 chiffres.</translation>
+    </message>
+    <message>
         <source>The command line sets %1. A restart does not change this.</source>
         <translation>La ligne de commande impose %1. Un redémarrage n’y change rien.</translation>
     </message>

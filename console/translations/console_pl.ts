@@ -827,6 +827,34 @@ Usługa nie podała jeszcze listy plików.</translation>
         <translation>PIN jest błędny.</translation>
     </message>
     <message>
+        <source>New installer&apos;s PIN</source>
+        <translation>Nowy PIN instalatora</translation>
+    </message>
+    <message>
+        <source>Unchanged</source>
+        <translation>Bez zmian</translation>
+    </message>
+    <message>
+        <source>Remove the PIN</source>
+        <translation>Usuń PIN</translation>
+    </message>
+    <message>
+        <source>No</source>
+        <translation>Nie</translation>
+    </message>
+    <message>
+        <source>Yes</source>
+        <translation>Tak</translation>
+    </message>
+    <message>
+        <source>After Save, everyone can change everything.</source>
+        <translation>Po zapisaniu każdy może zmienić wszystko.</translation>
+    </message>
+    <message>
+        <source>The settings are unlocked. To change the PIN, enter 4 to 8 digits.</source>
+        <translation>Opcje są odblokowane. Aby zmienić PIN, wpisz od 4 do 8 cyfr.</translation>
+    </message>
+    <message>
         <source>The command line sets %1. A restart does not change this.</source>
         <translation>Wiersz poleceń ustawia %1. Ponowne uruchomienie tego nie zmieni.</translation>
     </message>

@@ -826,6 +826,34 @@ O serviço ainda não listou seus arquivos.</translation>
         <translation>O PIN está errado.</translation>
     </message>
     <message>
+        <source>New installer&apos;s PIN</source>
+        <translation>Novo PIN do instalador</translation>
+    </message>
+    <message>
+        <source>Unchanged</source>
+        <translation>Inalterado</translation>
+    </message>
+    <message>
+        <source>Remove the PIN</source>
+        <translation>Remover o PIN</translation>
+    </message>
+    <message>
+        <source>No</source>
+        <translation>Não</translation>
+    </message>
+    <message>
+        <source>Yes</source>
+        <translation>Sim</translation>
+    </message>
+    <message>
+        <source>After Save, everyone can change everything.</source>
+        <translation>Depois de salvar, qualquer pessoa pode alterar tudo.</translation>
+    </message>
+    <message>
+        <source>The settings are unlocked. To change the PIN, enter 4 to 8 digits.</source>
+        <translation>Os ajustes estão desbloqueados. Para alterar o PIN, digite de 4 a 8 dígitos.</translation>
+    </message>
+    <message>
         <source>The command line sets %1. A restart does not change this.</source>
         <translation>A linha de comando define %1. Reiniciar não muda isso.</translation>
     </message>

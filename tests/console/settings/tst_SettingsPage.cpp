@@ -49,6 +49,20 @@ private:
         return settings;
     }
 
+    TStoredSettings Locked() const
+    {
+        TStoredSettings settings = Sample();
+        settings.pin = QStringLiteral("4711");
+        return settings;
+    }
+
+    void Unlock(TSettingsPage& page) const
+    {
+        page.Show(Locked());
+        page.Pin()->SetTextValue(Locked().pin);
+        page.SaveButton()->click();
+    }
+
     // The settings that the page emits after a touch on Save.
     static std::optional<TStoredSettings> Saved(TSettingsPage& page)
     {
@@ -205,8 +219,7 @@ private Q_SLOTS:
     void asksForThePinOfTheInstaller()
     {
         TSettingsPage page;
-        TStoredSettings settings = Sample();
-        settings.pin = QStringLiteral("4711");
+        const TStoredSettings settings = Locked();
         page.Show(settings);
         page.show();
         for (const int row : {eService, eAuthority, ePosition, eFolder, eLevel}) {
@@ -222,17 +235,80 @@ private Q_SLOTS:
         QVERIFY(!page.HasChanges());
         QTest::keyClick(edit, Qt::Key_Return);
         QVERIFY(page.PinNote().contains(QStringLiteral("wrong")));
-        QCOMPARE(Saved(page)->pin, settings.pin);
+        QVERIFY(!Saved(page).has_value());
+        QCOMPARE(page.Message(), QStringLiteral("The PIN is wrong."));
         QTest::keyClicks(edit, QStringLiteral("1"));
-        QVERIFY(page.Row(eService)->isEnabled() && page.Row(eLevel)->isEnabled());
         QVERIFY(!page.PinNote().contains(QStringLiteral("wrong")));
-        // The row now changes the PIN.
-        edit->selectAll();
-        QTest::keyClicks(edit, QStringLiteral("08155"));
-        QCOMPARE(Saved(page)->pin, QStringLiteral("08155"));
+        QTest::keyClick(edit, Qt::Key_Return);
+        QVERIFY(page.Row(eService)->isEnabled() && page.Row(eLevel)->isEnabled());
+        QVERIFY(page.PinNote().contains(QStringLiteral("unlocked")));
         page.Lock();
         page.Show(settings);
         QVERIFY(!page.Row(eService)->isEnabled());
+    }
+
+    void refusesAPinThatBeginsWithTheRightDigits()
+    {
+        TSettingsPage page;
+        TStoredSettings settings = Sample();
+        settings.pin = QStringLiteral("1234");
+        page.Show(settings);
+        page.show();
+        auto* const edit = page.Pin()->findChild<QLineEdit*>();
+        edit->setFocus();
+        QTest::keyClicks(edit, QStringLiteral("12345"));
+        QVERIFY(!page.Row(eService)->isEnabled() && !page.HasChanges());
+        QTest::keyClick(edit, Qt::Key_Return);
+        QVERIFY(!page.Row(eService)->isEnabled());
+        QVERIFY(page.PinNote().contains(QStringLiteral("wrong")));
+    }
+
+    void unlocksBySave()
+    {
+        TSettingsPage page;
+        Unlock(page);
+        QVERIFY(page.Row(eService)->isEnabled());
+        QCOMPARE(page.Pin()->GetTextValue(), QString());
+    }
+
+    void keepsThePinIfTheRowIsEmpty()
+    {
+        TSettingsPage page;
+        Unlock(page);
+        QVERIFY(!page.HasChanges());
+        page.Pin()->SetTextValue(QStringLiteral("0"));
+        page.Pin()->SetTextValue(QString());
+        QCOMPARE(Saved(page)->pin, QStringLiteral("4711"));
+    }
+
+    void changesThePinOnAnUnlockedPage()
+    {
+        TSettingsPage page;
+        Unlock(page);
+        page.Pin()->SetTextValue(QStringLiteral("081"));
+        QVERIFY(!Saved(page).has_value());
+        page.Pin()->SetTextValue(QStringLiteral("08155"));
+        QVERIFY(page.HasChanges());
+        QCOMPARE(Saved(page)->pin, QStringLiteral("08155"));
+    }
+
+    void removesThePinByAChoice()
+    {
+        TSettingsPage page;
+        page.Show(Sample());
+        page.show();
+        QVERIFY(!page.PinRemoval()->isVisible()); // there is no PIN
+        Unlock(page);
+        QVERIFY(page.PinRemoval()->isVisible());
+        page.Pin()->SetTextValue(QStringLiteral("08155"));
+        page.PinRemoval()->SetNumericalValue(1);
+        QVERIFY(page.HasChanges() && !page.Pin()->isEnabled());
+        QCOMPARE(Saved(page)->pin, QString());
+        page.DiscardButton()->click();
+        QVERIFY(!page.HasChanges() && page.Pin()->isEnabled());
+        page.Lock();
+        page.Show(Locked());
+        QVERIFY(!page.PinRemoval()->isVisible());
     }
 
     void needsNoPinWhereThereIsNone()
@@ -244,7 +320,10 @@ private Q_SLOTS:
         QVERIFY(!Saved(page).has_value());
         QVERIFY(page.PinNote().contains(QStringLiteral("digits")));
         page.Pin()->SetTextValue(QStringLiteral("1234"));
-        QCOMPARE(Saved(page)->pin, QStringLiteral("1234"));
+        const auto saved = Saved(page);
+        QCOMPARE(saved->pin, QStringLiteral("1234"));
+        page.Show(*saved);
+        QVERIFY(page.Row(eService)->isEnabled()); // until the page is opened again
     }
 
     void discardsTheEnteredValues()

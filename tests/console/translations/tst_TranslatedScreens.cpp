@@ -307,6 +307,13 @@ private Q_SLOTS:
                 "Kept. It applies from the next start of the console on."));
             QCOMPARE(Faults(window), QString());
         }
+        for (const char* const pin : {"4712", "4711"}) { // a wrong PIN, the right PIN
+            page.Pin()->SetTextValue(QLatin1String(pin));
+            page.SaveButton()->click();
+            QCOMPARE(Faults(window), QString());
+        }
+        page.PinRemoval()->SetNumericalValue(1);
+        QCOMPARE(Faults(window), QString());
         settings.pin.clear(); // a locked page has nothing to refuse
         for (const console::TStoredSettings& refused : Refused(settings)) {
             QString errorText;

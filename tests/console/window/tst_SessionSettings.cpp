@@ -20,6 +20,7 @@
 #include <QtCore/QStandardPaths>
 #include <QtCore/QStorageInfo>
 #include <QtTest/QSignalSpy>
+#include <QtWidgets/QLineEdit>
 
 #include <cerrno>
 
@@ -203,7 +204,12 @@ private Q_SLOTS:
         console::TSettingsPage& page = *m_session->Settings();
         window.Launcher().SettingsButton()->click();
         QVERIFY(!page.Row(0)->isEnabled());
-        page.Pin()->SetTextValue(stored.pin);
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        auto* const edit = page.Pin()->findChild<QLineEdit*>();
+        edit->setFocus();
+        QTest::keyClicks(edit, stored.pin);
+        QTest::keyClick(edit, Qt::Key_Return); // ends the entry as a press of the wheel does
+        QCOMPARE(window.CurrentPage(), &page);
         QVERIFY(page.Row(0)->isEnabled());
         page.SaveButton()->click();
         QVERIFY(page.Row(0)->isEnabled()); // the installer may go on
