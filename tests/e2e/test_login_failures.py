@@ -7,6 +7,7 @@ import unittest
 
 from kelvoe2e.case import PASSWORD, FarmCase
 from kelvoe2e.needs import needs
+from kelvotour.link import Link
 
 
 def without_numbers(text):
@@ -55,10 +56,22 @@ class LoginFailuresTest(FarmCase):
         self.assert_says(console, "There is no way to the service.")
         self.assert_still_works(console)
 
-    def test_refused_port(self):
+    def dead_address(self):
         with socket.create_server(("127.0.0.1", 0)) as taken:
-            port = taken.getsockname()[1]
-        console = self.console(address=f"127.0.0.1:{port}")
+            return f"127.0.0.1:{taken.getsockname()[1]}"
+
+    def test_a_dead_service_behind_a_proxy(self):
+        link = Link(self.dead_address())
+        self.addCleanup(link.close)
+        console = self.console(address=link.address)
+        self.assertEqual(self.failed_text(console),
+                         "The connection to the service was lost.\n"
+                         "The service may be down, or the mobile signal weak. Try again in a few minutes.")
+        self.assertEqual(console.run("link").value("link")["problem"], "no answer")
+        self.assert_still_works(console)
+
+    def test_refused_port(self):
+        console = self.console(address=self.dead_address())
         report = self.add_report(console)
         self.assert_says(console, "The service does not answer.")
         self.assertFalse(console.run("upload curves one.crv").ok)

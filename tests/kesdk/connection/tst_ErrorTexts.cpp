@@ -174,6 +174,13 @@ TEST(ErrorTexts, EachTextSaysWhatHappenedAndWhatToDo)
     }
 }
 
+// A proxy or a router drops the connection if the service behind it is down.
+TEST(ErrorTexts, TheTextOfALostConnectionNamesBothCauses)
+{
+    EXPECT_EQ(Describe(Failure(EErrorCode::eDropped), {}).text2,
+              L"The service may be down, or the mobile signal weak. Try again in a few minutes.");
+}
+
 TEST(ErrorTexts, TheTextOfALockSaysHowLongItLasts)
 {
     Failure failure(EErrorCode::eLoginThrottled, "", 429);

@@ -44,7 +44,7 @@ constexpr TextRow kTexts[] = {
     {EErrorCode::eTimeout, N_("The service did not answer in time."),
      N_("The mobile signal may be weak. Try again where it is better.")},
     {EErrorCode::eDropped, N_("The connection to the service was lost."),
-     N_("The mobile signal may be weak. Try again where it is better.")},
+     N_("The service may be down, or the mobile signal weak. Try again in a few minutes.")},
     {EErrorCode::eUnknownAuthority, N_("The service could not prove its identity."),
      N_("Log in to this network first if it wants that, or use another one. If it stays so, ask "
         "your dealer to check the console's certificates.")},
