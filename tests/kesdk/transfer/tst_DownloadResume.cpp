@@ -43,7 +43,7 @@ TEST_F(DownloadResume, ResumesAfterAnyErrorOnTheWay)
          {EErrorCode::eDropped, EErrorCode::eTimeout, EErrorCode::eUnknownAuthority,
           EErrorCode::eCertificateExpired, EErrorCode::eCertificateNotYetValid,
           EErrorCode::eWrongHostName, EErrorCode::eTls, EErrorCode::eClockWrong,
-          EErrorCode::eBadAnswer, EErrorCode::eInternal}) {
+          EErrorCode::eCaptivePortal, EErrorCode::eBadAnswer, EErrorCode::eInternal}) {
         SCOPED_TRACE(static_cast<int>(code));
         BeginAndStop();
         service.FailNext(Drop("GET /v1/resources/", code));
