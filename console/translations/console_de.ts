@@ -889,6 +889,10 @@ Der Dienst hat seine Dateien noch nicht aufgelistet.</translation>
         <translation>Einige Änderungen sind nicht gespeichert. Das Setup ohne diese Änderungen verlassen?</translation>
     </message>
     <message>
+        <source>An upload, download or deletion is running. After the restart, log in, select its files and start it again. Restart now?</source>
+        <translation>Dateien werden gesendet, heruntergeladen oder gelöscht. Nach dem Neustart anmelden, die Dateien wieder auswählen und noch einmal beginnen. Jetzt neu starten?</translation>
+    </message>
+    <message>
         <source>About this console</source>
         <translation>Über diese Konsole</translation>
     </message>

@@ -889,6 +889,10 @@ El servicio aún no ha listado sus archivos.</translation>
         <translation>Hay cambios sin guardar. ¿Salir de los ajustes sin estos cambios?</translation>
     </message>
     <message>
+        <source>An upload, download or deletion is running. After the restart, log in, select its files and start it again. Restart now?</source>
+        <translation>Hay un envío, una descarga o un borrado en curso. Después de reiniciar, inicie sesión, seleccione los archivos y empiece de nuevo. ¿Reiniciar ahora?</translation>
+    </message>
+    <message>
         <source>About this console</source>
         <translation>Acerca de esta consola</translation>
     </message>

@@ -889,6 +889,10 @@ Le service n&apos;a pas encore listé ses fichiers.</translation>
         <translation>Des modifications ne sont pas enregistrées. Quitter les réglages sans ces modifications&#xa0;?</translation>
     </message>
     <message>
+        <source>An upload, download or deletion is running. After the restart, log in, select its files and start it again. Restart now?</source>
+        <translation>Un envoi, un téléchargement ou une suppression est en cours. Après le redémarrage, se connecter, sélectionner les fichiers et recommencer. Redémarrer maintenant&#xa0;?</translation>
+    </message>
+    <message>
         <source>About this console</source>
         <translation>À propos de cette console</translation>
     </message>

@@ -890,6 +890,10 @@ Usługa nie podała jeszcze listy plików.</translation>
         <translation>Niektóre zmiany nie są zapisane. Opuścić opcje bez tych zmian?</translation>
     </message>
     <message>
+        <source>An upload, download or deletion is running. After the restart, log in, select its files and start it again. Restart now?</source>
+        <translation>Trwa wysyłanie, pobieranie lub usuwanie plików. Po restarcie zaloguj się, wybierz pliki i zacznij od nowa. Uruchomić ponownie teraz?</translation>
+    </message>
+    <message>
         <source>About this console</source>
         <translation>O tej konsoli</translation>
     </message>

@@ -889,6 +889,10 @@ O serviço ainda não listou seus arquivos.</translation>
         <translation>Há alterações que não foram salvas. Sair dos ajustes sem essas alterações?</translation>
     </message>
     <message>
+        <source>An upload, download or deletion is running. After the restart, log in, select its files and start it again. Restart now?</source>
+        <translation>Um envio, um download ou uma exclusão está em andamento. Depois de reiniciar, entre, selecione os arquivos e comece de novo. Reiniciar agora?</translation>
+    </message>
+    <message>
         <source>About this console</source>
         <translation>Sobre este console</translation>
     </message>

@@ -122,16 +122,36 @@ bool TWindowSession::MayLeaveSettings(const std::function<void()>& thenLeave)
     if (m_window->CurrentPage() != m_settingsPage.get() || !m_settingsPage->HasChanges()) {
         return true;
     }
-    m_leaveQuestion = std::make_unique<TMessageDialog>(
-        m_window.get(), tr("Settings"),
-        tr("Some changes are not saved. Leave the settings without these changes?"),
-        TMessageDialog::eQuestion, false, QPixmap());
-    connect(m_leaveQuestion.get(), &TMessageDialog::Yes, this, [this, thenLeave] {
-        m_settingsPage->Show(m_stored);
-        thenLeave();
-    });
-    m_leaveQuestion->ShowWindow(true);
+    Ask(tr("Some changes are not saved. Leave the settings without these changes?"),
+        [this, thenLeave] {
+            m_settingsPage->Show(m_stored);
+            thenLeave();
+        });
     return false;
+}
+
+// No operation goes on by itself after the new start.
+void TWindowSession::RequestRestart()
+{
+    const auto restart = [this] {
+        m_isRestartWanted = true;
+        RequestEnd();
+    };
+    if (m_files.IsRunning()) {
+        Ask(tr("An upload, download or deletion is running. After the restart, log in, select its "
+               "files and start it again. Restart now?"),
+            restart);
+    } else {
+        restart();
+    }
+}
+
+void TWindowSession::Ask(const QString& text, const std::function<void()>& onYes)
+{
+    m_question = std::make_unique<TMessageDialog>(m_window.get(), tr("Settings"), text,
+                                                  TMessageDialog::eQuestion, false, QPixmap());
+    connect(m_question.get(), &TMessageDialog::Yes, this, onYes);
+    m_question->ShowWindow(true);
 }
 
 void TWindowSession::StartSource(const TGpsSetting& gps)

@@ -115,10 +115,8 @@ void TWindowSession::ConnectWindow()
         m_window->ShowPage(m_aboutPage.get());
     });
     connect(m_aboutPage.get(), &TAboutPage::CloseRequested, this, &TWindowSession::OpenSettings);
-    connect(m_settingsPage.get(), &TSettingsPage::RestartRequested, this, [this] {
-        m_isRestartWanted = true;
-        RequestEnd();
-    });
+    connect(m_settingsPage.get(), &TSettingsPage::RestartRequested, this,
+            &TWindowSession::RequestRestart);
     connect(m_screens.get(), &TPluginScreens::Failed, this, &TWindowSession::ShowMessage);
     // Polled, because there may be more fixes and more moved bytes than the window can draw.
     connect(&m_tick, &QTimer::timeout, m_window.get(), [this] {
@@ -271,7 +269,7 @@ void TWindowSession::End()
     hostimpl::SetPopupHost(nullptr);
     hostimpl::SetTransferProgress({});
     m_dialog.reset();
-    m_leaveQuestion.reset();
+    m_question.reset();
     m_screens.reset();
     m_window->SetLeaveCheck({});
     m_window->RemovePage(m_aboutPage.get());

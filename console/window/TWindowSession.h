@@ -55,8 +55,8 @@ public:
     TMainWindow* Window() const { return m_window.get(); }
     TSettingsPage* Settings() const { return m_settingsPage.get(); }
     TAboutPage* About() const { return m_aboutPage.get(); }
-    // The question before unsaved settings are lost; null if there was no such question.
-    TMessageDialog* LeaveQuestion() const { return m_leaveQuestion.get(); }
+    // The last question about the settings or a new start; null if there was none.
+    TMessageDialog* Question() const { return m_question.get(); }
     // The dialog with the last message; null if there was no message.
     TMessageDialog* Dialog() const { return m_dialog.get(); }
 
@@ -83,6 +83,8 @@ private:
     void ApplyDisplay(const TStoredSettings& chosen);
     void ChangeDisplay(bool TStoredSettings::*setting, bool isOn);
     bool MayLeaveSettings(const std::function<void()>& thenLeave);
+    void RequestRestart();
+    void Ask(const QString& text, const std::function<void()>& onYes);
     void ShowMessage(const QString& text);
 
     const TConsoleSettings m_settings;
@@ -102,7 +104,7 @@ private:
     hostimpl::TSurfaceRegister m_surfaces;
     std::unique_ptr<TPluginScreens> m_screens;
     std::unique_ptr<TMessageDialog> m_dialog;
-    std::unique_ptr<TMessageDialog> m_leaveQuestion;
+    std::unique_ptr<TMessageDialog> m_question;
     TPluginSession m_plugin;
     QTimer m_tick;
     bool m_isFaultShown = false; // the settings page's message is that a setting is not stored

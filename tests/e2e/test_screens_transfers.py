@@ -103,6 +103,23 @@ class TransferTest(ScreensCase):
         self.finish(window, TRANSFER, "Download complete.")
         self.assertEqual(self.unpacked(), content["1.zip"])
 
+    def test_a_new_start_in_a_download_asks_first(self):
+        window, content, _ = self.in_the_middle_of_a_download("1.zip", "2.zip")
+        window.press("Settings")
+        window.choose("Language", "Deutsch")
+        window.press("Save")
+        window.press("Restart now")
+        self.assertIn("An upload, download or deletion is running.", window.look().dialog("Settings")["text"])
+        window.press("No")
+        self.transfer_link.release()
+        window.press("KELVO File Controller")
+        self.finish(window, TRANSFER, "Download complete.")
+        self.assertEqual(self.unpacked(), {path: data for files in content.values() for path, data in files.items()})
+        window.press("Settings")
+        window.press("Restart now")
+        window.until(lambda screen: screen.can_press("Anmelden"), "the login panel in German")
+        self.assertEqual(window.close(), 0)
+
     def test_closing_the_window_in_a_download_loses_nothing(self):
         window, content, _ = self.in_the_middle_of_a_download("large.zip")
         self.assertEqual(window.close(), 0)

@@ -6,6 +6,7 @@
 #include "console/window/TIconButton.h"
 #include "console/window/TLauncherBar.h"
 #include "console/window/TSessionFixture.h"
+#include "core/TKelvoInterface.h"
 #include "host/TMessageDialog.h"
 #include "host/TPropertyWidget.h"
 #include "host/TPushButton.h"
@@ -176,7 +177,7 @@ private Q_SLOTS:
         window.Launcher().HomeButton()->click();
         QCOMPARE(window.CurrentPage(), &page);
         QVERIFY(window.Launcher().SettingsButton()->isChecked());
-        TMessageDialog* const question = m_session->LeaveQuestion();
+        TMessageDialog* const question = m_session->Question();
         QVERIFY(question != nullptr && question->isVisible());
         question
             ->GetMessageDialogButton(isLeft ? TMessageDialog::eButton0 : TMessageDialog::eButton1)
@@ -192,7 +193,7 @@ private Q_SLOTS:
         window.Launcher().SettingsButton()->click();
         QVERIFY(window.OnBackPressed());
         QCOMPARE(window.CurrentPage(), nullptr);
-        QCOMPARE(m_session->LeaveQuestion(), nullptr);
+        QCOMPARE(m_session->Question(), nullptr);
     }
 
     void locksTheInstallersSettingsWhenThePageIsOpened()
@@ -232,6 +233,28 @@ private Q_SLOTS:
         QSignalSpy ends(m_session.get(), &TWindowSession::EndRequested);
         QVERIFY(!m_session->IsRestartWanted());
         page.RestartButton()->click();
+        QCOMPARE(ends.count(), 1);
+        QVERIFY(m_session->IsRestartWanted());
+    }
+
+    void asksBeforeANewStartEndsAnOperation()
+    {
+        Begin(ScreensPlugin_PATH);
+        QVERIFY(WaitForScreens());
+        m_session->Window()->Launcher().SettingsButton()->click();
+        console::TSettingsPage& page = *m_session->Settings();
+        page.Row(0)->SetTextValue(QStringLiteral("farm.example"));
+        page.SaveButton()->click();
+        QSignalSpy ends(m_session.get(), &TWindowSession::EndRequested);
+        Q_EMIT Hub()->KelvoDownloadRequested(0, {QStringLiteral("a.zip"), QStringLiteral("b.zip")},
+                                             {});
+        page.RestartButton()->click();
+        QVERIFY(m_session->Question() != nullptr && m_session->Question()->isVisible());
+        m_session->Question()->GetMessageDialogButton(TMessageDialog::eButton1)->click();
+        QCOMPARE(ends.count(), 0);
+        QVERIFY(!m_session->IsRestartWanted());
+        page.RestartButton()->click();
+        m_session->Question()->GetMessageDialogButton(TMessageDialog::eButton0)->click();
         QCOMPARE(ends.count(), 1);
         QVERIFY(m_session->IsRestartWanted());
     }
@@ -311,7 +334,7 @@ private Q_SLOTS:
         QSignalSpy ends(m_session.get(), &TWindowSession::EndRequested);
         window.close();
         QCOMPARE(ends.count(), 0);
-        m_session->LeaveQuestion()->GetMessageDialogButton(TMessageDialog::eButton0)->click();
+        m_session->Question()->GetMessageDialogButton(TMessageDialog::eButton0)->click();
         QCOMPARE(ends.count(), 1);
     }
 
