@@ -873,6 +873,10 @@ Der Dienst hat seine Dateien noch nicht aufgelistet.</translation>
         <translation>Gespeichert. Gilt ab dem nächsten Start der Konsole.</translation>
     </message>
     <message>
+        <source>Log out before you choose a user level without data exchange.</source>
+        <translation>Vor der Wahl einer Benutzerstufe ohne Datenaustausch abmelden.</translation>
+    </message>
+    <message>
         <source>Kept.</source>
         <translation>Gespeichert.</translation>
     </message>

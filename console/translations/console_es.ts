@@ -873,6 +873,10 @@ El servicio aún no ha listado sus archivos.</translation>
         <translation>Guardado. Se aplica desde el próximo inicio de la consola.</translation>
     </message>
     <message>
+        <source>Log out before you choose a user level without data exchange.</source>
+        <translation>Cierre la sesión antes de elegir un nivel de usuario sin intercambio de datos.</translation>
+    </message>
+    <message>
         <source>Kept.</source>
         <translation>Guardado.</translation>
     </message>

@@ -873,6 +873,10 @@ Le service n&apos;a pas encore listé ses fichiers.</translation>
         <translation>Enregistré. Valable au prochain démarrage de la console.</translation>
     </message>
     <message>
+        <source>Log out before you choose a user level without data exchange.</source>
+        <translation>Se déconnecter avant de choisir un niveau d&apos;utilisateur sans échange de données.</translation>
+    </message>
+    <message>
         <source>Kept.</source>
         <translation>Enregistré.</translation>
     </message>

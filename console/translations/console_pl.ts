@@ -874,6 +874,10 @@ Usługa nie podała jeszcze listy plików.</translation>
         <translation>Zapisano. Obowiązuje od następnego uruchomienia konsoli.</translation>
     </message>
     <message>
+        <source>Log out before you choose a user level without data exchange.</source>
+        <translation>Wyloguj się przed wyborem poziomu użytkownika bez wymiany danych.</translation>
+    </message>
+    <message>
         <source>Kept.</source>
         <translation>Zapisano.</translation>
     </message>

@@ -873,6 +873,10 @@ O serviço ainda não listou seus arquivos.</translation>
         <translation>Salvo. Vale a partir da próxima inicialização do console.</translation>
     </message>
     <message>
+        <source>Log out before you choose a user level without data exchange.</source>
+        <translation>Saia antes de escolher um nível de usuário sem troca de dados.</translation>
+    </message>
+    <message>
         <source>Kept.</source>
         <translation>Salvo.</translation>
     </message>

@@ -47,8 +47,22 @@ void TWindowSession::OpenSettings()
     m_window->ShowPage(m_settingsPage.get());
 }
 
+// Without data exchange the login panel is away, and with it the button that logs out.
+bool TWindowSession::NeedsLogout(const TStoredSettings& settings) const
+{
+    const kesdkimpl::ESession session = m_readLink().session;
+    return m_stored.isDataExchangeAllowed && !settings.isDataExchangeAllowed &&
+           (session == kesdkimpl::ESession::eConnecting ||
+            session == kesdkimpl::ESession::eLoggedIn);
+}
+
 void TWindowSession::SaveSettings(const TStoredSettings& settings)
 {
+    if (NeedsLogout(settings)) {
+        m_settingsPage->SetMessage(
+            tr("Log out before you choose a user level without data exchange."));
+        return;
+    }
     const TStoredSettings former = m_stored;
     m_stored = settings;
     const TStoreFaults faults = StoreSettings();
@@ -130,7 +144,7 @@ bool TWindowSession::MayLeaveSettings(const std::function<void()>& thenLeave)
     return false;
 }
 
-// No operation goes on by itself after the new start.
+// After the new start the operator has to start the operation again.
 void TWindowSession::RequestRestart()
 {
     const auto restart = [this] {

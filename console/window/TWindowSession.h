@@ -73,6 +73,7 @@ private:
     void NoteShownNames();
     void ShowHome(const kesdkimpl::LinkStatus& status);
     void OpenSettings();
+    bool NeedsLogout(const TStoredSettings& settings) const;
     void SaveSettings(const TStoredSettings& settings);
     static void ApplyTextSize(const TStoredSettings& settings);
     void Apply(const TStoredSettings& settings);

@@ -65,6 +65,21 @@ class LoginTest(ScreensCase):
         window.press("OK")
         self.assertEqual(window.close(), 0)
 
+    def test_the_level_without_data_exchange_needs_a_logout_first(self):
+        window = self.open_file_controller()
+        window.press("Settings")
+        window.choose("User level", "Driver: no data exchange")
+        window.press("Save")
+        screen = window.look()
+        self.assertIn("Log out before you choose a user level without data exchange.", screen.labels())
+        window.press("Logout")
+        window.until(lambda screen: screen.can_press("Login"), "Login")
+        window.press("Save")
+        screen = window.look()
+        self.assertIn("Kept.", screen.labels())
+        self.assertIsNone(screen.button("Login"))
+        self.assertEqual(self.service.open_streams(0), 0)
+
     @staticmethod
     def choice(window, text):
         """A button of the list of choices, not of the launcher under it."""

@@ -312,6 +312,10 @@ private Q_SLOTS:
                 "Kept. It applies from the next start of the console on."));
             QCOMPARE(Faults(window), QString());
         }
+        page.SetMessage(QCoreApplication::translate(
+            "console::TWindowSession",
+            "Log out before you choose a user level without data exchange."));
+        QCOMPARE(Faults(window), QString());
         for (const char* const pin : {"4712", "4711"}) { // a wrong PIN, the right PIN
             page.Pin()->SetTextValue(QLatin1String(pin));
             page.SaveButton()->click();

@@ -27,6 +27,8 @@
 
 using console::TWindowSession;
 
+Q_DECLARE_METATYPE(kesdkimpl::ESession)
+
 class TSessionSettingsTest : public kelvo::test::TTestCase, protected TSessionFixture
 {
     Q_OBJECT
@@ -127,6 +129,36 @@ private Q_SLOTS:
         QVERIFY2(page.Message().contains(QStringLiteral("next start")),
                  qUtf8Printable(page.Message()));
         QCOMPARE(Stored().dataFolder, m_folder.filePath(QStringLiteral("other")));
+    }
+
+    void keepsTheUserLevelWhileAUserIsLoggedIn_data()
+    {
+        QTest::addColumn<kesdkimpl::ESession>("session");
+        QTest::newRow("logging in") << kesdkimpl::ESession::eConnecting;
+        QTest::newRow("logged in") << kesdkimpl::ESession::eLoggedIn;
+    }
+
+    void keepsTheUserLevelWhileAUserIsLoggedIn()
+    {
+        QFETCH(kesdkimpl::ESession, session);
+        Begin(ScreensPlugin_PATH);
+        m_session->Window()->Launcher().SettingsButton()->click();
+        console::TSettingsPage& page = *m_session->Settings();
+        m_status.session = session;
+        page.Row(6)->SetNumericalValue(0);
+        page.SaveButton()->click();
+        QVERIFY2(page.Message().startsWith(QStringLiteral("Log out")),
+                 qUtf8Printable(page.Message()));
+        QVERIFY(page.HasChanges() && Stored().isDataExchangeAllowed);
+        m_status.session = kesdkimpl::ESession::eLoggedOut;
+        page.SaveButton()->click();
+        QCOMPARE(page.Message(), QStringLiteral("Kept."));
+        QVERIFY(!Stored().isDataExchangeAllowed);
+        m_status.session = session;
+        page.Row(6)->SetNumericalValue(1);
+        page.SaveButton()->click();
+        QCOMPARE(page.Message(), QStringLiteral("Kept."));
+        QVERIFY(Stored().isDataExchangeAllowed);
     }
 
     void appliesTheDisplayAtOnce()
