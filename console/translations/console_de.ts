@@ -536,6 +536,14 @@ Der Dienst hat seine Dateien noch nicht aufgelistet.</translation>
         <translation>endet nach dieser Datei</translation>
     </message>
     <message>
+        <source>Ended after %1 of %2 files.</source>
+        <translation>Beendet nach %1 von %2 Dateien.</translation>
+    </message>
+    <message>
+        <source>The disk is too full to unpack: %1</source>
+        <translation>Zu wenig Speicherplatz zum Entpacken: %1</translation>
+    </message>
+    <message>
         <source>ends when all are unpacked</source>
         <translation>endet, wenn alle entpackt sind</translation>
     </message>

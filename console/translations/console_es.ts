@@ -536,6 +536,14 @@ El servicio aún no ha listado sus archivos.</translation>
         <translation>termina tras este archivo</translation>
     </message>
     <message>
+        <source>Ended after %1 of %2 files.</source>
+        <translation>Terminado tras %1 de %2 archivos.</translation>
+    </message>
+    <message>
+        <source>The disk is too full to unpack: %1</source>
+        <translation>Falta espacio para descomprimir: %1</translation>
+    </message>
+    <message>
         <source>ends when all are unpacked</source>
         <translation>termina al descomprimir todo</translation>
     </message>

@@ -536,6 +536,14 @@ Le service n&apos;a pas encore listé ses fichiers.</translation>
         <translation>fin après ce fichier</translation>
     </message>
     <message>
+        <source>Ended after %1 of %2 files.</source>
+        <translation>Arrêté après %1 fichiers sur %2.</translation>
+    </message>
+    <message>
+        <source>The disk is too full to unpack: %1</source>
+        <translation>Pas assez de place pour décompresser&#xa0;: %1</translation>
+    </message>
+    <message>
         <source>ends when all are unpacked</source>
         <translation>fin quand tout est décompressé</translation>
     </message>

@@ -537,6 +537,14 @@ Usługa nie podała jeszcze listy plików.</translation>
         <translation>koniec po tym pliku</translation>
     </message>
     <message>
+        <source>Ended after %1 of %2 files.</source>
+        <translation>Zakończono po %1 z %2 plików.</translation>
+    </message>
+    <message>
+        <source>The disk is too full to unpack: %1</source>
+        <translation>Za mało miejsca, aby rozpakować: %1</translation>
+    </message>
+    <message>
         <source>ends when all are unpacked</source>
         <translation>koniec po rozpakowaniu wszystkich</translation>
     </message>

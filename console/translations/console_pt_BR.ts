@@ -536,6 +536,14 @@ O serviço ainda não listou seus arquivos.</translation>
         <translation>termina após este arquivo</translation>
     </message>
     <message>
+        <source>Ended after %1 of %2 files.</source>
+        <translation>Encerrado após %1 de %2 arquivos.</translation>
+    </message>
+    <message>
+        <source>The disk is too full to unpack: %1</source>
+        <translation>Falta espaço para descompactar: %1</translation>
+    </message>
+    <message>
         <source>ends when all are unpacked</source>
         <translation>termina ao descompactar tudo</translation>
     </message>

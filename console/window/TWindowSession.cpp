@@ -166,8 +166,30 @@ void TWindowSession::OnHubEvent(const THubEvent& event)
     }
     m_dashboard.OnHubEvent(event);
     ShowOutcome(event, m_files);
+    NoteResult(event);
     m_files.OnHubEvent(event);
     ShowLink();
+}
+
+// Before m_files forgets the operation.
+void TWindowSession::NoteResult(const THubEvent& event)
+{
+    switch (event.signal) {
+    case EHubSignal::eUploadRequested:
+    case EHubSignal::eDownloadRequested:
+    case EHubSignal::eDeleteFilesRequested:
+        m_result.reset();
+        hostimpl::TakeArchivesWithoutSpace();
+        break;
+    case EHubSignal::eUploadComplete:
+    case EHubSignal::eDownloadComplete:
+    case EHubSignal::eDeleteComplete:
+        m_files.SetCancelled(m_plugin.IsCancelRequested());
+        m_result = ResultState(m_files, hostimpl::TakeArchivesWithoutSpace());
+        break;
+    default:
+        break;
+    }
 }
 
 void TWindowSession::ShowLink()
@@ -202,7 +224,7 @@ void TWindowSession::ShowWork(const kesdkimpl::LinkStatus& status)
     } else {
         m_window->Status().ShowLink(WorkWords(status, archive));
         hostimpl::SetTransferProgress(isRunning ? WorkProgress(status, archive, m_files)
-                                                : std::nullopt);
+                                                : m_result);
     }
 }
 

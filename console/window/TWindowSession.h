@@ -10,12 +10,14 @@
 #include "console/window/TPluginScreens.h"
 #include "hostimpl/TSurfaceRegister.h"
 #include "hostimpl/TWheelInput.h"
+#include "hostimpl/TransferProgress.h"
 #include "kesdkimpl/LinkStatus.h"
 
 #include <QtCore/QTimer>
 
 #include <functional>
 #include <memory>
+#include <optional>
 
 class TMessageDialog;
 
@@ -68,6 +70,7 @@ private:
     void StartPlugin();
     void CreateScreens();
     void OnHubEvent(const THubEvent& event);
+    void NoteResult(const THubEvent& event);
     void ShowLink();
     void ShowWork(const kesdkimpl::LinkStatus& status);
     void NoteShownNames();
@@ -94,6 +97,7 @@ private:
     TStoredSettings m_inUse;
     const TReadLink m_readLink;
     TFileCount m_files;
+    std::optional<hostimpl::TTransferState> m_result; // of the last operation
     bool m_isMoveDrawn = false; // the last poll drew a moving transfer; the next poll does not
     bool m_isWorking = false;   // the last drawing showed a transfer or an archive
     QString m_loginFailure;     // the plug-in's reason, simple HTML

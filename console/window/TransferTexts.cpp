@@ -175,4 +175,29 @@ WorkProgress(const LinkStatus& status, const QString& archive, const TFileCount&
     return std::nullopt;
 }
 
+std::optional<hostimpl::TTransferState> ResultState(const TFileCount& files,
+                                                    const QStringList& withoutSpace)
+{
+    constexpr int mostNames = 3;
+    QStringList lines;
+    if (files.IsCancelled() && files.Current() < files.Count()) {
+        lines << TTexts::tr("Ended after %1 of %2 files.").arg(files.Current()).arg(files.Count());
+    }
+    if (!withoutSpace.isEmpty()) {
+        QStringList names;
+        for (const QString& name : withoutSpace.mid(0, mostNames)) {
+            names << ShortName(name);
+        }
+        if (withoutSpace.size() > mostNames) {
+            names << QString(QChar(0x2026));
+        }
+        lines << TTexts::tr("The disk is too full to unpack: %1")
+                     .arg(names.join(QStringLiteral(", ")));
+    }
+    if (lines.isEmpty()) {
+        return std::nullopt;
+    }
+    return hostimpl::TTransferState{{}, lines.join(QLatin1Char('\n')), false, true};
+}
+
 } // namespace console

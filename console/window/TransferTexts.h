@@ -6,7 +6,7 @@
 #include "hostimpl/TransferProgress.h"
 #include "kesdkimpl/LinkStatus.h"
 
-#include <QtCore/QString>
+#include <QtCore/QStringList>
 
 #include <optional>
 
@@ -22,5 +22,10 @@ TStatusWords WorkWords(const kesdkimpl::LinkStatus& status, const QString& archi
 // Empty if there is nothing to tell.
 std::optional<hostimpl::TTransferState>
 WorkProgress(const kesdkimpl::LinkStatus& status, const QString& archive, const TFileCount& files);
+
+// For the end of an operation: at which file it was cancelled, and `withoutSpace`, the archives
+// that did not fit on the disk. Empty if there is nothing to tell.
+std::optional<hostimpl::TTransferState> ResultState(const TFileCount& files,
+                                                    const QStringList& withoutSpace);
 
 } // namespace console

@@ -154,6 +154,28 @@ private Q_SLOTS:
                  QStringLiteral("Unpacking 1...  ends when all are unpacked"));
     }
 
+    void tellsWhereACancelledOperationEnded()
+    {
+        TFileCount files = ThirdOfTwelve();
+        QVERIFY(!console::ResultState(files, {}));
+        files.SetCancelled(true);
+        const auto result = console::ResultState(files, {});
+        QVERIFY(result && result->isResult && !result->isMoving && !result->percent);
+        QCOMPARE(result->text, QStringLiteral("Ended after 3 of 12 files."));
+        QVERIFY(!console::ResultState({}, {}));
+    }
+
+    void tellsWhichArchivesDidNotFit()
+    {
+        const auto textOf = [](const QStringList& names) {
+            return console::ResultState(ThirdOfTwelve(), names)->text;
+        };
+        const QStringList names = {QStringLiteral("a"), QStringLiteral("b"), QStringLiteral("c"),
+                                   QStringLiteral("d")};
+        QCOMPARE(textOf(names.mid(0, 2)), QStringLiteral("The disk is too full to unpack: a, b"));
+        QCOMPARE(textOf(names), QStringLiteral("The disk is too full to unpack: a, b, c, \u2026"));
+    }
+
     // The dialog wraps a text only between words, and has no room for many lines.
     void shortensTheNameOfTheArchive()
     {

@@ -260,6 +260,26 @@ private Q_SLOTS:
         QCOMPARE(ShownOutcome(dialog), 0); // not the outcome of the operation before
     }
 
+    void showsWhereACancelledOperationEnded()
+    {
+        Begin(ScreensPlugin_PATH);
+        QVERIFY(WaitForScreens());
+        TOperationDialog dialog;
+        for (const bool isCancelled : {true, false}) {
+            Hub()->OnDownloadFromKelvoRequested(EKelvoProjects(0), names);
+            QVERIFY(!IsTransferShown(dialog));
+            dialog.EnableButton(TMessageDialog::eButton0, false);
+            Q_EMIT Hub()->KelvoDownloadingFile(0, names.first());
+            if (isCancelled) {
+                Hub()->OnCancelCurrentOperationRequested();
+            }
+            Hub()->OnKelvoDownloadComplete(0, {});
+            QVERIFY(!IsTransferShown(dialog));
+            dialog.EnableButton(TMessageDialog::eButton0, true);
+            QCOMPARE(IsTransferShown(dialog), isCancelled);
+        }
+    }
+
     void showsHowTheSetUpEnded()
     {
         Begin(ScreensPlugin_PATH);

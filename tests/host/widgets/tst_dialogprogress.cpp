@@ -19,6 +19,7 @@ private Q_SLOTS:
     void showsTheOutcomeBySignAndColour();
     void theBusyIndicatorStopsWhileHidden();
     void showsTheTransferWhileTheOperationRuns();
+    void showsAResultOnceTheOperationHasEnded();
     void showsTheTransferInFullBesideALongMessage();
     void showsTheOutcomeOfOneMessage();
 };
@@ -109,6 +110,20 @@ void tst_DialogProgress::showsTheTransferWhileTheOperationRuns()
 }
 
 // On the page of the lowest display, with large texts.
+void tst_DialogProgress::showsAResultOnceTheOperationHasEnded()
+{
+    TDialog dialog(TMessageDialog::eOperation);
+    const auto* const transfer = dialog.dialog.findChild<TTransferProgress*>();
+    dialog.dialog.EnableButton(TMessageDialog::eButton0, false);
+    hostimpl::SetTransferProgress(
+        hostimpl::TTransferState{{}, QStringLiteral("Ended."), false, true});
+    QVERIFY(!transfer->isVisible());
+    dialog.dialog.EnableButton(TMessageDialog::eButton0, true);
+    QVERIFY(transfer->isVisible());
+    hostimpl::SetTransferProgress({});
+    QVERIFY(!transfer->isVisible());
+}
+
 void tst_DialogProgress::showsTheTransferInFullBesideALongMessage()
 {
     const hostimpl::TDisplay& display = hostimpl::DisplayOf(QSize(800, 480));

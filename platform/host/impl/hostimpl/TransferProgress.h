@@ -14,10 +14,12 @@ struct TTransferState
     std::optional<int> percent; // 0 to 100; empty: no bar
     QString text;               // in the operator's language
     bool isMoving = true;       // false: no busy indicator, because nothing moves
+    bool isResult = false;      // shown after the operation's end, not while it runs
 };
 
-// Each dialog of the type TMessageDialog::eOperation shows `progress` while its operation runs,
-// until the next call. Empty: the dialogs show a busy indicator only. Main thread.
+// Each dialog of the type TMessageDialog::eOperation shows `progress` while its operation runs, or
+// a result once the operation has ended, until the next call. Empty: the dialogs show a busy
+// indicator only. Main thread.
 CONSOLEHOST_EXPORT void SetTransferProgress(const std::optional<TTransferState>& progress);
 
 } // namespace hostimpl

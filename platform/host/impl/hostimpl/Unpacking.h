@@ -46,6 +46,10 @@ CONSOLEHOST_EXPORT void ObserveUnpacking(std::function<void(const TUnpackingResu
 // if there is none. From any thread.
 CONSOLEHOST_EXPORT QString ArchiveInUnpacking();
 
+// The names of the archives that TFileSystemHelper::Unzip() could not unpack because the disk was
+// full, since the last call. From any thread.
+CONSOLEHOST_EXPORT QStringList TakeArchivesWithoutSpace();
+
 // Removes what an Unzip into `destinationFolder` left because its process was killed. A folder that
 // was being replaced is there afterwards, old or new. Does nothing if nothing was left or if the
 // destination is missing. Returns false on failure, or if another process held the

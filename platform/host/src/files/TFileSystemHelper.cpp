@@ -29,8 +29,9 @@ std::function<void(const hostimpl::TUnpackingResult&)>& Observer()
 
 struct TInUnpacking
 {
-    std::mutex mutex; // guards the name
+    std::mutex mutex; // guards the names
     QString name;
+    QStringList withoutSpace;
 };
 
 // A function's static, so that no code runs at load.
@@ -44,6 +45,21 @@ void NoteInUnpacking(const QString& archiveName)
 {
     const std::lock_guard lock(InUnpacking().mutex);
     InUnpacking().name = archiveName;
+}
+
+// The error texts of the unpacking end with the system's reason.
+bool IsDiskFull(const QString& errorText)
+{
+    return errorText.contains(hostimpl::SystemError(ENOSPC));
+}
+
+void NoteResult(const QString& archiveName, bool isUnpacked, const QString& errorText)
+{
+    const std::lock_guard lock(InUnpacking().mutex);
+    InUnpacking().name.clear();
+    if (!isUnpacked && IsDiskFull(errorText)) {
+        InUnpacking().withoutSpace << archiveName;
+    }
 }
 
 // Continues after an error, so that as much as possible is deleted.
@@ -73,14 +89,21 @@ bool DeleteContent(const fs::path& folder, bool recursive)
 bool TFileSystemHelper::Unzip(const QString& archive, const QString& destinationFolder,
                               QString& errorText)
 {
-    NoteInUnpacking(QFileInfo(archive).fileName());
+    const QString name = QFileInfo(archive).fileName();
+    NoteInUnpacking(name);
     const bool isUnpacked =
         hostimpl::Unzip(archive, destinationFolder, hostimpl::TUnpackLimits(), errorText);
     if (Observer()) {
         Observer()({archive, isUnpacked, errorText});
     }
-    NoteInUnpacking(QString());
+    NoteResult(name, isUnpacked, errorText);
     return isUnpacked;
+}
+
+QStringList hostimpl::TakeArchivesWithoutSpace()
+{
+    const std::lock_guard lock(InUnpacking().mutex);
+    return std::exchange(InUnpacking().withoutSpace, {});
 }
 
 QString hostimpl::ArchiveInUnpacking()

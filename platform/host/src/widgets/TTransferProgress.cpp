@@ -100,7 +100,7 @@ QFont TTransferProgress::FontFor(int width) const
 
 void TTransferProgress::Refresh()
 {
-    const bool isShown = m_isRunning && Current();
+    const bool isShown = Current() && Current()->isResult != m_isRunning;
     if (isShown) {
         m_bar.SetPercent(Current()->percent.value_or(0));
         m_bar.setVisible(Current()->percent.has_value());

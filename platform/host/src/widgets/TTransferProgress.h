@@ -8,8 +8,8 @@
 
 #include <utility>
 
-// Follows hostimpl::SetTransferProgress. Hidden while there is no progress or the operation does
-// not run. Main thread.
+// Follows hostimpl::SetTransferProgress. Hidden while there is nothing to show: a progress belongs
+// to a running operation, a result to an ended one. Main thread.
 class TTransferProgress : public QWidget
 {
     Q_OBJECT
