@@ -29,6 +29,11 @@ export function doubtsOf(name: string, targets: readonly InboxOfProject[], answe
   return doubts;
 }
 
+/** The first of the files that would not be the only one of its name in its inbox. */
+export const firstTwice = <Item extends {name: string; container: number}>(list: readonly Item[]): Item | undefined =>
+  list.find(({name, container}, index) => namesIn(container).includes(name)
+    || list.slice(0, index).some((each) => each.name === name && each.container === container));
+
 /** Consoles unpack the archives among their lines. They take other files of lines as they are. */
 const mustBeArchive = (name: string, target: InboxOfProject | undefined): boolean =>
   target?.projectName === prescriptions || (target !== undefined && isForConsoles(target) && /\.zip$/i.test(name));

@@ -1,4 +1,4 @@
-// Uploads that an earlier page has begun. The browser gives the file only when the user chooses it again.
+// Uploads that an earlier page has begun, and files that waited there. The browser gives the file only when the user chooses it again.
 import {signal} from '@preact/signals';
 import {defaultOptions, Upload, type PreviousUpload} from 'tus-js-client';
 import {inboxes, user} from './farm';
@@ -15,7 +15,15 @@ export interface LeftUpload {
   targets: readonly number[];
   /** Empty without a note. */
   note: string;
+  /** Empty for a file that waited: the service has none of its bytes. */
   address: string;
+}
+
+/** A file that has no upload yet. */
+interface Waiting {
+  file: File;
+  targets: readonly number[];
+  note: string;
 }
 
 export const leftUploads = signal<readonly LeftUpload[]>([]);
@@ -47,13 +55,33 @@ export const isSame = ({key, targets, note}: LeftUpload, file: File): boolean =>
 /** Takes the upload from the list, for example because it continues. */
 export function unlist(upload: LeftUpload): void {
   leftUploads.value = leftUploads.value.filter((each) => each !== upload);
+  if (!upload.address) void defaultOptions.urlStorage.removeUpload(upload.key);
 }
+
+/** A later page lists the file until it has an upload, if the browser's storage has a place for its name. */
+export async function noteWaiting({file, targets, note}: Waiting): Promise<void> {
+  const upload = {size: file.size, metadata: metadataOf(file, targets, note), creationTime: new Date().toString()};
+  try {
+    await defaultOptions.urlStorage.addUpload(fingerprintOf(file, targets, note), upload as PreviousUpload);
+  } catch {
+    // The file is sent all the same.
+  }
+}
+
+export async function forgetWaiting({file, targets, note}: Waiting): Promise<void> {
+  for (const {uploadUrl, urlStorageKey} of await defaultOptions.urlStorage.findUploadsByFingerprint(fingerprintOf(file, targets, note))) {
+    if (!uploadUrl) await defaultOptions.urlStorage.removeUpload(urlStorageKey);
+  }
+}
+
+export const metadataOf = ({name}: File, targets: readonly number[], note: string): Record<string, string> =>
+  ({name, targets: targets.join(','), ...(note && {note})});
 
 /** Deletes the bytes on the service. The service also deletes them by itself after some days. */
 export async function removeLeft(upload: LeftUpload): Promise<void> {
   unlist(upload);
   await defaultOptions.urlStorage.removeUpload(upload.key);
-  await Upload.terminate(upload.address).catch(() => undefined);
+  if (upload.address) await Upload.terminate(upload.address).catch(() => undefined);
 }
 
 function leftUpload({size, metadata, urlStorageKey, uploadUrl}: PreviousUpload): LeftUpload {

@@ -4,7 +4,7 @@ import {Upload, type HttpResponse} from 'tus-js-client';
 import {apiPath} from '../api/client';
 import {digestOf} from './digest';
 import {user} from './farm';
-import {fingerprintOf, leftUploads, noteSending} from './left_uploads';
+import {fingerprintOf, forgetWaiting, leftUploads, metadataOf, noteSending, noteWaiting} from './left_uploads';
 import {link} from './session';
 import {compare} from './stored_copy';
 import {failureOf, keepUpload, maySucceedLater, pauseMs, type Failure, type UploadError} from './upload_errors';
@@ -25,6 +25,8 @@ export interface Sending {
 /** The pauses between attempts to delete the bytes of a removed upload. */
 const deletionDelays = [0, 1000, 3000, 5000, 10_000, 20_000, 30_000, 60_000];
 const mostAtOnce = 2;
+/** The browser's storage is small. */
+const mostNoted = 1000;
 
 interface Running {
   upload: Upload;
@@ -43,6 +45,7 @@ export const isUnfinished = ({state}: Sending): boolean => state !== 'done';
 
 export function send(chosen: readonly File[], targets: readonly number[], note: string): void {
   const added = chosen.map((file): Sending => ({key: ++lastKey, file, targets, note, state: 'waiting', sentBytes: 0}));
+  for (const each of added.slice(0, mostNoted)) void noteWaiting(each);
   sendings.value = [...sendings.value, ...added];
   startNext();
 }
@@ -61,7 +64,9 @@ export function resume(key: number): void {
 /** Removes a finished line, or ends the upload and deletes its bytes on the service. */
 export function remove(key: number): void {
   const upload = running.get(key)?.upload;
-  const isDone = sendings.value.find((each) => each.key === key)?.state === 'done';
+  const removed = sendings.value.find((each) => each.key === key);
+  const isDone = removed?.state === 'done';
+  if (removed) void forgetWaiting(removed);
   running.delete(key);
   sendings.value = sendings.value.filter((each) => each.key !== key);
   if (upload && !isDone) void upload.abort(true).catch(() => undefined);
@@ -126,7 +131,7 @@ async function run(key: number): Promise<void> {
   if (!sending) return;
   const {upload} = running.get(key) ?? begin(sending);
   if (!upload.url) {
-    const earlier = (await upload.findPreviousUploads())[0];
+    const earlier = (await upload.findPreviousUploads()).find(({uploadUrl}) => uploadUrl);
     if (earlier) upload.resumeFromPreviousUpload(earlier);
   }
   if (isSending(key)) upload.start();
@@ -147,8 +152,9 @@ function newUpload({key, file, targets, note}: Sending): Upload {
     onShouldRetry: (error) => error.originalRequest.getMethod() === 'DELETE' && maySucceedLater(error),
     onAfterResponse: keepUpload,
     removeFingerprintOnSuccess: true,
-    metadata: {name: file.name, targets: targets.join(','), ...(note && {note})},
+    metadata: metadataOf(file, targets, note),
     fingerprint: async () => fingerprintOf(file, targets, note),
+    onUploadUrlAvailable: () => void forgetWaiting({file, targets, note}),
     onProgress: (sentBytes) => noteProgress(key, sentBytes),
     onSuccess: ({lastResponse}) => void takeSuccess(key, file, lastResponse),
     onError: (error) => void takeError(key, file, error),

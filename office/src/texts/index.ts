@@ -33,8 +33,12 @@ export function chooseLanguage(wanted: readonly string[]): string {
 
 /** The text with `{name}` replaced by each value. */
 export function t(key: TextKey, values: Readonly<Record<string, string | number>> = {}): string {
-  return texts[key].replace(/\{(\w+)\}/g, (whole, name: string) => String(values[name] ?? whole));
+  return texts[key].replace(/\{(\w+)\}/g, (whole, name: string) => isolated(String(values[name] ?? whole)));
 }
+
+/** A name that is written from right to left must not turn the words around it. */
+const isolated = (value: string): string =>
+  /[\u0590-\u08ff\u200e\u200f\u202a-\u202e\u2066-\u2069\ufb1d-\ufefc]/.test(value) ? `\u2068${value}\u2069` : value;
 
 /** The name of a project as the farm office calls it. */
 export function projectName(name: string): string {

@@ -6,8 +6,9 @@ import {fileSet, inboxes} from '../model/farm';
 import {reconnections} from '../model/session';
 import {dateText, projectName, t} from '../texts';
 import {Ask, type Question} from './Ask';
-import {LongTable} from './LongTable';
+import {LongTable, timeWidth} from './LongTable';
 import {newestList} from './newest';
+import {restore, tellTwice} from './restore';
 import {matches, Search} from './Search';
 import {useSlowly} from './slowly';
 import {tellError} from './Toast';
@@ -62,13 +63,13 @@ interface TableProps {
 function Table({found, marked, onMark}: TableProps) {
   const heads = [t('files.name'), t('bin.inbox'), t('bin.by'), t('bin.deleted'), t('bin.until'), t('action')];
   return (
-    <LongTable heads={heads} rows={found} keyOf={({id}) => id} cells={(file) => [
+    <LongTable heads={heads} widths={{3: timeWidth(), 4: timeWidth(), 5: `calc(${t('bin.restore').length}ch + 52px)`}} rows={found} keyOf={({id}) => id} cells={(file) => [
       <label title={file.name}>
         <input type="checkbox" checked={marked.has(file.id)} onChange={(event) => onMark(file, event.currentTarget.checked)} />
-        {file.name}
+        <bdi>{file.name}</bdi>
       </label>,
       inboxText(file), file.deleted_by, dateText(file.deleted_at), dateText(file.expires_at),
-      <button aria-label={`${t('bin.restore')} ${file.name}`} onClick={() => void each([file], restore).catch(tellError)}>
+      <button aria-label={`${t('bin.restore')} ${file.name}`} onClick={() => void restoreAll([file])}>
         {t('bin.restore')}
       </button>,
     ]} />
@@ -81,7 +82,7 @@ function Actions({chosen}: {chosen: readonly BinFile[]}) {
   const count = chosen.length;
   return (
     <>
-      <button class="main" disabled={count === 0} onClick={() => void each(chosen, restore).catch(tellError)}>
+      <button class="main" disabled={count === 0} onClick={() => void restoreAll(chosen)}>
         {t('bin.restoreSome', {count})}
       </button>
       <button disabled={count === 0} onClick={() => {
@@ -100,7 +101,7 @@ function Actions({chosen}: {chosen: readonly BinFile[]}) {
   );
 }
 
-const restore = ({id}: BinFile) => documentOf(client.POST('/bin/{id}/restore', {params: {path: {id}}}));
+const restoreAll = (list: readonly BinFile[]) => tellTwice(list, () => each(list, restore)).catch(tellError);
 
 const purge = ({id}: BinFile) => documentOf(client.DELETE('/bin/{id}', {params: {path: {id}}}));
 

@@ -5,8 +5,9 @@ import {filesByInbox, inboxes, isForConsoles, notFetched, user, type InboxOfProj
 import {dateText, projectName, sizeText, t, type TextKey} from '../texts';
 import {useDropTarget} from './dropTarget';
 import {Fetched} from './Fetched';
-import {LongTable} from './LongTable';
+import {LongTable, timeWidth} from './LongTable';
 import {Review, type Chosen} from './Review';
+import {restore, tellTwice} from './restore';
 import {matches, Search} from './Search';
 import {SendBox} from './SendBox';
 import {tell, tellError} from './Toast';
@@ -114,12 +115,12 @@ function emptyText(isSearched: boolean, hasFiles: boolean): TextKey {
 function FileTable({files, hasFetches}: {files: readonly File[]; hasFetches: boolean}) {
   const heads = [t('files.name'), t('files.size'), t('send.done'), ...(hasFetches ? [t('files.fetched')] : []), t('action')];
   return (
-    <LongTable heads={heads} rows={files} keyOf={({id}) => id} cells={(file) => [
+    <LongTable heads={heads} widths={{1: '90px', 2: timeWidth(0.85), [heads.length - 1]: `calc(${(t('files.map') + t('files.delete')).length}ch + 78px)`}} rows={files} keyOf={({id}) => id} cells={(file) => [
       <Name file={file} />,
       sizeText(file.size),
       <span class="lines">
-        <span>{file.sent_by?.name}</span>
-        <span class="detail">{dateText(file.created_at)}</span>
+        <span title={file.sent_by?.name}>{file.sent_by?.name}</span>
+        <span class="detail" title={dateText(file.created_at)}>{dateText(file.created_at)}</span>
       </span>,
       ...(hasFetches ? [<Fetched file={file} />] : []),
       <span class="actions">
@@ -133,7 +134,7 @@ function FileTable({files, hasFetches}: {files: readonly File[]; hasFetches: boo
 }
 
 function Name({file: {id, name, note}}: {file: File}) {
-  const link = <a href={`${apiPath}/resources/${id}/content`} download={name} title={name}>{name}</a>;
+  const link = <a href={`${apiPath}/resources/${id}/content`} download={name} title={name}><bdi>{name}</bdi></a>;
   return note ? <span class="lines"><span>{link}</span><span class="detail" title={note}>{note}</span></span> : link;
 }
 
@@ -141,15 +142,8 @@ async function remove(file: File): Promise<void> {
   try {
     await documentOf(client.DELETE('/resources/{id}', {params: {path: {id: file.id}}}));
     const canUndo = user.value?.role === 'office';
-    tell(t('files.deleted', {name: file.name}), canUndo ? () => void restore(file.id) : undefined);
-  } catch (error) {
-    tellError(error);
-  }
-}
-
-export async function restore(id: number): Promise<void> {
-  try {
-    await documentOf(client.POST('/bin/{id}/restore', {params: {path: {id}}}));
+    tell(t('files.deleted', {name: file.name}),
+      canUndo ? () => void tellTwice([file], () => restore(file)).catch(tellError) : undefined);
   } catch (error) {
     tellError(error);
   }

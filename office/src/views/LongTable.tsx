@@ -1,21 +1,28 @@
 // A table of which only the visible rows exist, so that 10,000 rows scroll smoothly. All rows have one height.
 import {useSignal} from '@preact/signals';
-import type {ComponentChildren} from 'preact';
-import {useEffect, useRef} from 'preact/hooks';
+import type {ComponentChildren, RefObject} from 'preact';
+import {useEffect, useLayoutEffect, useRef} from 'preact/hooks';
+import {dateText} from '../texts';
 
 const rowHeight = 44; // px, as in style.css
 const spareRows = 20;
 
+/** The width of a column of times, whose letters have this size beside the others. */
+export const timeWidth = (size = 1): string => `calc(${dateText(Date.UTC(2026, 8, 30, 22, 58)).length * 0.85 * size}ch + 24px)`;
+
 interface Props<Row> {
   heads: readonly string[];
+  /** Of the columns that do not share the rest of the width. */
+  widths?: Readonly<Record<number, string>>;
   rows: readonly Row[];
   keyOf: (row: Row) => number;
   /** The cells of a row. */
   cells: (row: Row) => ComponentChildren[];
 }
 
-export function LongTable<Row>({heads, rows, keyOf, cells}: Props<Row>) {
+export function LongTable<Row>({heads, widths = {}, rows, keyOf, cells}: Props<Row>) {
   const box = useRef<HTMLDivElement>(null);
+  const noteFocus = useKeptFocus(box, rows.length);
   const first = useSignal(0);
   const count = useSignal(60);
   const look = () => {
@@ -34,15 +41,17 @@ export function LongTable<Row>({heads, rows, keyOf, cells}: Props<Row>) {
   const space = (rowCount: number) => <tr aria-hidden="true" style={{height: `${rowCount * rowHeight}px`}} />;
   return (
     <div class="scroll" ref={box} onScroll={look} tabIndex={0} role="region" aria-label={heads[0]}>
-      <table aria-rowcount={rows.length + 1}>
+      <table aria-rowcount={rows.length + 1} onFocusIn={({target}) => noteFocus(target as HTMLElement)}>
         <thead>
-          <tr>{heads.map((head) => <th key={head} scope="col">{head}</th>)}</tr>
+          <tr>{heads.map((head, column) => <th key={head} scope="col" style={{width: widths[column]}}>{head}</th>)}</tr>
         </thead>
         <tbody>
           {space(from)}
           {shown.map((row, index) => (
             <tr key={keyOf(row)} aria-rowindex={from + index + 2}>
-              {cells(row).map((cell, column) => <td key={heads[column]}>{cell}</td>)}
+              {cells(row).map((cell, column) => (
+                <td key={heads[column]} title={typeof cell === 'string' ? cell : undefined}>{cell}</td>
+              ))}
             </tr>
           ))}
           {space(rows.length - from - shown.length)}
@@ -51,3 +60,30 @@ export function LongTable<Row>({heads, rows, keyOf, cells}: Props<Row>) {
     </div>
   );
 }
+
+/** If the row with the focus goes, the next row takes the focus. Without rows, the view takes it. */
+function useKeptFocus(box: RefObject<HTMLElement | null>, rowCount: number) {
+  const last = useRef<{element: HTMLElement; row: number; place: number} | undefined>(undefined);
+  const note = (element: HTMLElement) => {
+    const row = element.closest('[aria-rowindex]');
+    last.current = row ? {element, row: Number(row.getAttribute('aria-rowindex')), place: controlsOf(row).indexOf(element)} : undefined;
+  };
+  useLayoutEffect(() => {
+    if (!last.current) return;
+    const {element, row, place} = last.current;
+    if (element.isConnected) return note(element);
+    if (document.activeElement !== document.body) return;
+    const next = box.current?.querySelector(`[aria-rowindex="${Math.min(row, rowCount + 1)}"]`);
+    ((next && controlsOf(next)[place]) ?? box.current)?.focus();
+  });
+  useEffect(() => () => {
+    // The table goes with its last row.
+    const focused = document.activeElement;
+    if (last.current && (focused === last.current.element || focused === document.body)) {
+      document.querySelector<HTMLElement>('main')?.focus();
+    }
+  }, []);
+  return note;
+}
+
+const controlsOf = (row: Element): HTMLElement[] => [...row.querySelectorAll<HTMLElement>('a, button, input')];

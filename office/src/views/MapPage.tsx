@@ -26,7 +26,7 @@ export function MapPage({fileId}: {fileId: number | undefined}) {
     <section class="map-page">
       <div class="bar">
         <a class="button" href={`#/files/${file.container}`}>{t('map.back')}</a>
-        <h2>{file.name}</h2>
+        <h2><bdi>{file.name}</bdi></h2>
         <span class="detail">
           {[inbox?.owner.name, sizeText(file.size), dateText(file.created_at), file.note].filter(Boolean).join(' · ')}
         </span>

@@ -36,7 +36,7 @@ export function MapPanel({reading}: {reading: Reading}) {
             <select value={chosen.value} onChange={(event) => {
               chosen.value = Number(event.currentTarget.value);
             }}>
-              {choices.map((each, index) => <option key={index} value={index}>{nameOf(each, choices)}</option>)}
+              {choices.map((each, index) => <option key={index} value={index} dir="auto">{nameOf(each, choices)}</option>)}
             </select>
           </label>
         )}
@@ -69,7 +69,7 @@ function Legend({choice: {layer, channel}, unit}: {choice: Choice; unit: string}
   const amount = amountUnit(unit);
   return (
     <section class="legend" aria-label={t('map.legend')}>
-      <h3>{channel.name || layer.name || t('map.rate')} {unit && <span class="unit">{unit}</span>}</h3>
+      <h3><bdi>{channel.name || layer.name || t('map.rate')}</bdi> {unit && <span class="unit">{unit}</span>}</h3>
       <table>
         <thead class="unseen">
           <tr><th>{t('map.rate')}</th><th>{t(areaM2 === undefined ? 'map.points' : 'map.area')}</th></tr>
@@ -103,7 +103,7 @@ function OtherLayers({layers}: {layers: readonly Layer[]}) {
   if (others.length === 0) return null;
   return (
     <ul class="layers">
-      {others.slice(0, mostListed).map(({kind, name}, index) => <li key={index} class={kind}>{t(`map.kind.${kind}`)} {name}</li>)}
+      {others.slice(0, mostListed).map(({kind, name}, index) => <li key={index} class={kind}>{t(`map.kind.${kind}`)} <bdi>{name}</bdi></li>)}
       {others.length > mostListed && <li>{t('map.moreNames', {count: others.length - mostListed})}</li>}
     </ul>
   );

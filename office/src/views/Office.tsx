@@ -28,7 +28,7 @@ export function Office() {
   return (
     <>
       <Header />
-      <main>{mayUse(view) ? <CurrentView /> : <p class="empty">{t('forbidden')}</p>}</main>
+      <main tabIndex={-1}>{mayUse(view) ? <CurrentView /> : <p class="empty">{t('forbidden')}</p>}</main>
       <Sendings />
       <Toast />
     </>

@@ -44,7 +44,7 @@ function Nothing({reading: {hasTaskData, notes, names}}: {reading: Reading}) {
   return (
     <div class="empty">
       <p>{t(hasTaskData || notes.length > 0 ? 'map.noMap' : 'map.noTaskData')}</p>
-      <ul class="names">{names.slice(0, mostNames).map((name) => <li key={name}>{name}</li>)}</ul>
+      <ul class="names">{names.slice(0, mostNames).map((name) => <li key={name}><bdi>{name}</bdi></li>)}</ul>
       {names.length > mostNames && <p>{t('map.moreNames', {count: names.length - mostNames})}</p>}
     </div>
   );

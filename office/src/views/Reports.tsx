@@ -4,7 +4,7 @@ import {useEffect, useRef} from 'preact/hooks';
 import {apiPath} from '../api/client';
 import {fieldsOf, findFields, largestArchive, packReports, reports, type Report} from '../model/reports';
 import {dateText, sizeText, t} from '../texts';
-import {LongTable} from './LongTable';
+import {LongTable, timeWidth} from './LongTable';
 import {matches, Search} from './Search';
 import {tell, tellError} from './Toast';
 
@@ -41,7 +41,7 @@ export function Reports() {
         <FindFields found={found} />
         {day.value !== '' && found.length > 0 && <DownloadAll found={found} day={day.value} />}
       </div>
-      {found.length === 0 ? <p class="empty">{t('files.noMatch')}</p> : <Table found={found} />}
+      {found.length === 0 ? <p class="empty">{t(all.some((report) => day.value === '' || report.day === day.value) ? 'files.noMatch' : 'reports.noneOnDay')}</p> : <Table found={found} />}
     </>
   );
 }
@@ -49,8 +49,8 @@ export function Reports() {
 function Table({found}: {found: readonly Report[]}) {
   const heads = [t('files.name'), t('operator'), t('reports.field'), t('files.size'), t('files.received'), t('action')];
   return (
-    <LongTable heads={heads} rows={found} keyOf={({file}) => file.id} cells={({file, operator}) => [
-      <a href={`${apiPath}/resources/${file.id}/content`} download={file.name} title={file.name}>{file.name}</a>,
+    <LongTable heads={heads} widths={{3: '100px', 4: timeWidth(), 5: '120px'}} rows={found} keyOf={({file}) => file.id} cells={({file, operator}) => [
+      <a href={`${apiPath}/resources/${file.id}/content`} download={file.name} title={file.name}><bdi>{file.name}</bdi></a>,
       operator,
       fieldsOf.value.get(file.sha256)?.join(', ') ?? '…',
       sizeText(file.size),

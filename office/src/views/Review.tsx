@@ -84,7 +84,7 @@ function FileChoice({files, shown, onShow}: {files: readonly File[]; shown: numb
     <ul class="chosen">
       {files.map((file, index) => (
         <li key={index}>
-          <button aria-pressed={index === shown} onClick={() => onShow(index)}>{file.name} · {sizeText(file.size)}</button>
+          <button aria-pressed={index === shown} onClick={() => onShow(index)}><bdi>{file.name}</bdi> · {sizeText(file.size)}</button>
         </li>
       ))}
     </ul>

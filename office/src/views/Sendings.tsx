@@ -4,17 +4,25 @@ import {findLeftUploads, isSame, leftUploads, removeLeft, unlist, type LeftUploa
 import {isUnfinished, pause, remove, resume, send, sendings, type Sending} from '../model/sending';
 import type {Failure} from '../model/upload_errors';
 import {inboxes, user} from '../model/farm';
-import {refusalText, t} from '../texts';
+import {countText, refusalText, t} from '../texts';
 import {tell} from './Toast';
 
 export function Sendings() {
   useEffect(() => void findLeftUploads(), [user.value?.id]);
   const done = sendings.value.filter((each) => !isUnfinished(each));
+  const sent = done.filter(({failure}) => !failure);
+  const collapsed = sent.length > 1 ? sent : [];
   if (sendings.value.length + leftUploads.value.length === 0) return null;
   return (
     <aside class="sendings">
       {leftUploads.value.map((upload) => <LeftLine key={upload.key} upload={upload} />)}
-      {sendings.value.map((sending) => <Line key={sending.key} sending={sending} />)}
+      {sendings.value.filter((each) => !collapsed.includes(each)).map((sending) => <Line key={sending.key} sending={sending} />)}
+      {collapsed.length > 0 && (
+        <details>
+          <summary>{t('send.done')} ({countText(collapsed.length)})</summary>
+          {collapsed.map((sending) => <Line key={sending.key} sending={sending} />)}
+        </details>
+      )}
       {done.length > 1 && (
         <button onClick={() => done.forEach(({key}) => remove(key))}>{t('send.removeDone', {count: done.length})}</button>
       )}
@@ -26,10 +34,9 @@ function Line({sending}: {sending: Sending}) {
   const {key, file, state, targets} = sending;
   return (
     <div class={`sending ${state}`}>
-      <span class="name" title={file.name}>{file.name}</span>
+      <span class="name" title={file.name}><bdi>{file.name}</bdi></span>
       <span>{targetsText(targets)}</span>
-      <progress max={file.size || 1} value={state === 'done' ? file.size || 1 : sending.sentBytes}
-        aria-label={file.name} />
+      {state !== 'done' && <progress max={file.size || 1} value={sending.sentBytes} aria-label={file.name} />}
       <span role="status">{stateText(sending)}</span>
       {(state === 'sending' || state === 'waiting') &&
         <button onClick={() => pause(key)}>{t('send.pause')}</button>}
@@ -50,9 +57,9 @@ function LeftLine({upload}: {upload: LeftUpload}) {
   };
   return (
     <div class="sending left">
-      <span class="name" title={name}>{name}</span>
+      <span class="name" title={name}><bdi>{name}</bdi></span>
       <span>{targetsText(targets)}</span>
-      <span>{t('send.left')}</span>
+      <span>{t(upload.address ? 'send.left' : 'send.leftWaiting')}</span>
       <label class="button">
         {t('send.chooseAgain')}
         <input type="file" aria-label={`${t('send.chooseAgain')} ${name}`} onChange={(event) => {

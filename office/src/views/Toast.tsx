@@ -14,6 +14,10 @@ let timer: ReturnType<typeof setTimeout> | undefined;
 
 export function tell(text: string, undo?: () => void): void {
   message.value = undo ? {text, undo} : {text};
+  wait();
+}
+
+function wait(): void {
   clearTimeout(timer);
   timer = setTimeout(() => {
     message.value = undefined;
@@ -28,14 +32,15 @@ export function tellError(error: unknown): void {
 
 export function Toast() {
   const now = message.value;
-  const undo = () => {
+  const undo = (button: EventTarget) => {
+    if (button === document.activeElement) document.querySelector<HTMLElement>('main')?.focus(); // The button goes.
     message.value = undefined;
     now?.undo?.();
   };
   return (
-    <div class="toast" role="status" hidden={!now}>
+    <div class="toast" role="status" hidden={!now} onFocusIn={() => clearTimeout(timer)} onFocusOut={wait}>
       {now?.text}
-      {now?.undo && <button onClick={undo}>{t('undo')}</button>}
+      {now?.undo && <button title={`${t('undo')} (U)`} aria-keyshortcuts="u" onClick={({currentTarget}) => undo(currentTarget)}>{t('undo')}</button>}
     </div>
   );
 }

@@ -228,7 +228,7 @@ describe('before sending', () => {
     await page.getByText('plain.txt is not a sound archive.').waitFor();
     await page.getByText('letter.txt', {exact: true}).waitFor();
     await page.getByRole('button', {name: 'Send all the same'}).click();
-    await page.locator('.sending.done').nth(1).waitFor();
+    await page.getByText('Sent (2)').waitFor();
   });
 });
 

@@ -7,7 +7,7 @@ import {join} from 'node:path';
 import type {Page} from 'playwright-core';
 import {describe, expect, it} from 'vitest';
 import {violations} from './barriers';
-import {useWorld, world} from './world';
+import {slowUpload, useWorld, world} from './world';
 
 useWorld();
 
@@ -474,9 +474,3 @@ describe('each view', () => {
     await page.getByRole('button', {name: 'Abmelden'}).waitFor();
   });
 });
-
-async function slowUpload(page: Page, bytesPerSecond: number): Promise<void> {
-  const session = await page.context().newCDPSession(page);
-  await session.send('Network.emulateNetworkConditions',
-    {offline: false, latency: 20, downloadThroughput: -1, uploadThroughput: bytesPerSecond});
-}

@@ -161,7 +161,7 @@ describe('the reports', () => {
     expect(files['olga/job 1.zip']).toEqual(content);
     expect([files['olga/job 2.zip'], files['olga/job 2 (2).zip']]).toEqual([new Uint8Array([3]), new Uint8Array([1, 2])]);
     await page.getByLabel('Day').fill('2026-01-01');
-    await page.getByText('No file matches the search.').waitFor();
+    await page.getByText('There are no job reports on this day.').waitFor();
   });
 });
 

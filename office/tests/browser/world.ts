@@ -143,3 +143,9 @@ export function useWorld({keepsPages = false} = {}): void {
     expect(world.complaints.splice(0)).toEqual([]);
   });
 }
+
+export async function slowUpload(page: Page, bytesPerSecond: number): Promise<void> {
+  const session = await page.context().newCDPSession(page);
+  await session.send('Network.emulateNetworkConditions',
+    {offline: false, latency: 20, downloadThroughput: -1, uploadThroughput: bytesPerSecond});
+}

@@ -2,7 +2,7 @@
 import {beforeEach, describe, expect, it, vi} from 'vitest';
 import {defaultOptions} from 'tus-js-client';
 import {forgetAll, takeSnapshot} from '../../src/model/farm';
-import {findLeftUploads, fingerprintOf, leftUploads} from '../../src/model/left_uploads';
+import {findLeftUploads, fingerprintOf, forgetWaiting, isSame, leftUploads, noteWaiting} from '../../src/model/left_uploads';
 import '../../src/model/sending';
 
 const file = {name: 'a.zip', size: 5, lastModified: 1} as File;
@@ -25,6 +25,23 @@ describe('an upload that is left', () => {
 
   it('is listed for its owner', () => {
     expect(leftUploads.value.map(({name}) => name)).toEqual(['a.zip']);
+  });
+
+  it('is listed without its bytes if it waited', async () => {
+    const stored: object[] = [];
+    Object.assign(defaultOptions.urlStorage, {
+      addUpload: async (fingerprint: string, upload: object) => stored.push({...upload, urlStorageKey: `tus::${fingerprint}::2`}),
+      findAllUploads: async () => stored,
+      findUploadsByFingerprint: async () => stored,
+      removeUpload: async () => stored.pop(),
+    });
+    const waiting = {file, targets: [2], note: 'south'};
+    await noteWaiting(waiting);
+    await findLeftUploads();
+    expect(leftUploads.value).toMatchObject([{name: 'a.zip', targets: [2], note: 'south', address: ''}]);
+    expect(isSame(leftUploads.value[0]!, file)).toBe(true);
+    await forgetWaiting(waiting);
+    expect(stored).toEqual([]);
   });
 
   it('is not listed any more when the session ends', () => {

@@ -6,6 +6,7 @@ import type {UploadError} from '../../src/model/upload_errors';
 const uploads = vi.hoisted(() => ({begun: 0, digests: 0, isBusy: true, hasFiles: true}));
 vi.mock('../../src/model/digest', () => ({digestOf: async () => `${++uploads.digests}`}));
 vi.mock('tus-js-client', () => ({
+  defaultOptions: {urlStorage: {addUpload: async () => undefined, findUploadsByFingerprint: async () => []}},
   Upload: class {
     constructor(_file: File, private readonly options: {onError(error: UploadError): void; onSuccess(success: object): void}) {
       ++uploads.begun;

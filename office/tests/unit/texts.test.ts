@@ -60,6 +60,11 @@ describe('the texts', () => {
     expect(projectName('Other')).toBe('Other');
   });
 
+  it('keep their order around a name that is written from right to left', () => {
+    expect(t('files.deleted', {name: 'a.zip'})).toBe('a.zip is in the bin.');
+    expect(t('files.deleted', {name: '\u202epiz.a'})).toBe('\u2068\u202epiz.a\u2069 is in the bin.');
+  });
+
   it('show sizes with a unit', () => {
     expect([0, 999, 1000, 1_234_567, 5e9].map(sizeText)).toEqual(['0 byte', '999 byte', '1 kB', '1.2 MB', '5 GB']);
   });

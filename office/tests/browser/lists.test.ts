@@ -1,0 +1,147 @@
+// The lists of files: their rows, the keyboard, and what is told about names and files on their way.
+import type {Page} from 'playwright-core';
+import {describe, expect, it} from 'vitest';
+import {slowUpload, useWorld, world} from './world';
+
+useWorld();
+
+const row = (page: Page, name: string) => page.locator('tbody tr', {hasText: name});
+const button = (page: Page, name: string) => page.getByRole('button', {name, exact: true});
+const put = (name: string, project = 'Curves') => world.command<number[]>('put', world.newFile(name, new Uint8Array(9)), project);
+const choose = (page: Page, ...paths: string[]) => page.locator('.send input[type=file]').setInputFiles(paths);
+const twice = (name: string) => `olga now has more than one file named ${name}.`;
+
+async function openCurves(options: Parameters<typeof world.logIn>[1] = {}): Promise<Page> {
+  const page = await world.logIn('office', options);
+  await page.locator('.inboxes a').nth(2).click();
+  return page;
+}
+
+describe('a name that comes back from the bin', () => {
+  it('is told if another file has it', async () => {
+    await put('again.zip');
+    const page = await openCurves();
+    await button(page, 'Delete again.zip').click();
+    await row(page, 'again.zip').waitFor({state: 'detached'});
+    await put('again.zip');
+    await row(page, 'again.zip').waitFor();
+    await button(page, 'Undo').click();
+    await page.getByText(twice('again.zip')).waitFor();
+    expect(await row(page, 'again.zip').count()).toBe(2);
+  });
+
+  it('is told if the bin restores two files of it', async () => {
+    for (let count = 0; count < 2; ++count) await world.command('remove', (await put('both.zip'))[0]);
+    const page = await world.logIn('office');
+    await page.goto(`${world.origin}/#/bin`);
+    await page.getByRole('searchbox').fill('both');
+    await page.getByLabel('Mark all').check();
+    await button(page, 'Restore 2').click();
+    await page.getByText(twice('both.zip')).waitFor();
+  });
+});
+
+describe('a reload', () => {
+  it('lists the files that waited, and sends one that is chosen again', async () => {
+    const names = ['one.zip', 'two.zip', 'three.zip'];
+    const paths = names.map((name) => world.newFile(name, new Uint8Array(2_000_000)));
+    const page = await openCurves();
+    await slowUpload(page, 100_000);
+    await choose(page, ...paths);
+    await page.locator('.review .main').click();
+    await page.waitForFunction(() => [...document.querySelectorAll('progress')].filter(({value}) => value > 0).length === 2);
+    await page.reload();
+    const left = page.locator('.sending.left');
+    await left.nth(2).waitFor();
+    expect(await left.filter({hasText: 'Not finished.'}).count()).toBe(2);
+    const waiting = left.filter({hasText: 'three.zip'});
+    await waiting.getByText('Not sent. Choose the file again to send it.').waitFor();
+    await waiting.locator('input').setInputFiles(paths[2]!);
+    await page.locator('.sending.done').getByText('three.zip').waitFor();
+    await page.reload();
+    await left.nth(1).waitFor();
+    expect(await left.count()).toBe(2);
+  });
+});
+
+describe('the keyboard', () => {
+  it('goes on with the next file after a deletion, and takes the deletion back', async () => {
+    for (const name of ['k1.zip', 'k2.zip', 'k3.zip']) await put(name);
+    const page = await openCurves();
+    await page.getByRole('searchbox').fill('k');
+    await page.getByText('Files: 3').waitFor();
+    const focused = () => page.evaluate(() => document.activeElement?.getAttribute('aria-label') ?? document.activeElement?.localName);
+    for (const [name, next] of [['k2.zip', 'Delete k1.zip'], ['k1.zip', 'Delete k3.zip'], ['k3.zip', 'main']]) {
+      await button(page, `Delete ${name}`).focus();
+      await page.keyboard.press('Enter');
+      await row(page, name!).waitFor({state: 'detached'});
+      expect(await focused()).toBe(next);
+    }
+    await page.getByText('k3.zip is in the bin.').waitFor();
+    await page.keyboard.press('u');
+    await row(page, 'k3.zip').waitFor();
+  });
+});
+
+describe('the sent files', () => {
+  it('are one line on a phone, and a failure stays a line', async () => {
+    const page = await openCurves({viewport: {width: 360, height: 740}});
+    await page.route('**/uploads', (route) => route.request().headers()['upload-metadata']?.includes(Buffer.from('bad.zip').toString('base64'))
+      ? route.fulfill({status: 403, body: ''}) : route.continue());
+    await choose(page, ...['s1.zip', 's2.zip', 's3.zip', 'bad.zip'].map((name) => world.newFile(name, new Uint8Array(3))));
+    await page.locator('.review .main').click();
+    await page.locator('.sending.failed').getByText('bad.zip').waitFor();
+    await page.getByText('Sent (3)').waitFor();
+    await world.picture(page, 'sent-360');
+    expect(await page.locator('.sending:visible').count()).toBe(1);
+    await page.getByText('Sent (3)').click();
+    expect(await page.locator('.sending:visible').count()).toBe(4);
+    world.complaints.length = 0; // Chromium reports the refusal.
+  });
+});
+
+describe('the search', () => {
+  it('is empty in the next inbox', async () => {
+    await put('found.zip');
+    const page = await openCurves();
+    await page.getByRole('searchbox').fill('nothing');
+    await page.getByText('No file matches the search.').waitFor();
+    await page.locator('.inboxes a').first().click();
+    await page.getByRole('heading', {name: 'olga · Prescriptions'}).waitFor();
+    expect(await page.getByRole('searchbox').inputValue()).toBe('');
+  });
+});
+
+describe('the rows', () => {
+  const cutTimes = (page: Page) => page.evaluate(() => [...document.querySelectorAll<HTMLElement>('tbody td, tbody .lines > span')]
+    .filter((each) => /\d[:.]\d\d/.test(each.textContent ?? '') && each.childElementCount === 0)
+    .filter((each) => each.scrollWidth > each.clientWidth || document.elementFromPoint(
+      each.getBoundingClientRect().right - 13, each.getBoundingClientRect().top + 5)?.closest('td') !== each.closest('td'))
+    .map((each) => each.textContent));
+  const cutButtons = (page: Page) => page.evaluate(() => {
+    const {right} = document.querySelector('.scroll')!.getBoundingClientRect();
+    return [...document.querySelectorAll('tbody button, tbody .button')].filter((each) => {
+      const edge = Math.min(right, each.closest('td')!.getBoundingClientRect().right);
+      return each.getBoundingClientRect().right > edge;
+    }).map((each) => each.textContent);
+  });
+
+  it.each(['en-US', 'de-DE', 'fr-FR', 'pl-PL'])('have the height that the table counts with, and show times and buttons whole: %s', async (locale) => {
+    await put('a name of a file that is longer than its column in each window of the page.zip');
+    await world.command('remove', (await put('to the bin.zip'))[0]);
+    await put('report.zip', 'From Console');
+    for (const width of [1280, 1024]) {
+      const page = await openCurves({locale, viewport: {width, height: 800}});
+      for (const view of ['files', 'bin', 'reports']) {
+        if (view !== 'files') await page.goto(`${world.origin}/#/${view}`);
+        await page.locator('tbody tr[aria-rowindex] .button, tbody tr[aria-rowindex] button').first().waitFor();
+        await world.picture(page, `${view}-${locale}-${width}`);
+        const heights = await page.locator('tbody tr[aria-rowindex]').evaluateAll((rows) =>
+          rows.map((each) => each.getBoundingClientRect().height));
+        expect([view, ...new Set(heights)]).toEqual([view, 44]);
+        expect(await cutTimes(page)).toEqual([]);
+        expect(await cutButtons(page)).toEqual([]);
+      }
+    }
+  });
+});
