@@ -265,6 +265,7 @@ private Q_SLOTS:
         QSignalSpy ends(m_session.get(), &TWindowSession::EndRequested);
         QVERIFY(!m_session->IsRestartWanted());
         page.RestartButton()->click();
+        page.RestartButton()->click();
         QCOMPARE(ends.count(), 1);
         QVERIFY(m_session->IsRestartWanted());
     }
