@@ -1,5 +1,5 @@
 // A table of which only the visible rows exist, so that 10,000 rows scroll smoothly. All rows have one height.
-import {useSignal} from '@preact/signals';
+import {computed, useSignal} from '@preact/signals';
 import type {ComponentChildren, RefObject} from 'preact';
 import {useEffect, useLayoutEffect, useRef} from 'preact/hooks';
 import {dateText} from '../texts';
@@ -8,7 +8,14 @@ const rowHeight = 44; // px, as in style.css
 const spareRows = 20;
 
 /** The width of a column of times, whose letters have this size beside the others. */
-export const timeWidth = (size = 1): string => `calc(${dateText(Date.UTC(2026, 8, 30, 22, 58)).length * 0.85 * size}ch + 24px)`;
+export const timeWidth = (size = 1): string => `${Math.ceil(longestTime.value * size) + 28}px`;
+
+/** px of the longest time of a year. */
+const longestTime = computed(() => {
+  const context = document.createElement('canvas').getContext('2d') as CanvasRenderingContext2D;
+  context.font = getComputedStyle(document.body).font;
+  return Math.max(...[...Array(12).keys()].map((month) => context.measureText(dateText(Date.UTC(2026, month, 28, 20, 58))).width));
+});
 
 interface Props<Row> {
   heads: readonly string[];

@@ -83,6 +83,22 @@ describe('the keyboard', () => {
   });
 });
 
+describe('the message of a deletion', () => {
+  it('stays while "Undo" has the focus', async () => {
+    await put('message.zip');
+    const page = await openCurves();
+    await page.clock.install();
+    await button(page, 'Delete message.zip').click();
+    const undo = button(page, 'Undo');
+    await undo.focus();
+    await page.clock.fastForward(60_000);
+    expect(await undo.isVisible()).toBe(true);
+    await page.getByRole('searchbox').focus();
+    await page.clock.fastForward(60_000);
+    await undo.waitFor({state: 'detached'});
+  });
+});
+
 describe('the sent files', () => {
   it('are one line on a phone, and a failure stays a line', async () => {
     const page = await openCurves({viewport: {width: 360, height: 740}});
@@ -113,11 +129,16 @@ describe('the search', () => {
 });
 
 describe('the rows', () => {
-  const cutTimes = (page: Page) => page.evaluate(() => [...document.querySelectorAll<HTMLElement>('tbody td, tbody .lines > span')]
-    .filter((each) => /\d[:.]\d\d/.test(each.textContent ?? '') && each.childElementCount === 0)
-    .filter((each) => each.scrollWidth > each.clientWidth || document.elementFromPoint(
-      each.getBoundingClientRect().right - 13, each.getBoundingClientRect().top + 5)?.closest('td') !== each.closest('td'))
-    .map((each) => each.textContent));
+  /** The times in sight that are cut, or that a button covers. */
+  const cutTimes = (page: Page) => page.evaluate(() => {
+    const {bottom} = document.querySelector('.scroll')!.getBoundingClientRect();
+    return [...document.querySelectorAll<HTMLElement>('tbody td, tbody .lines > span')].filter((each) => {
+      const box = each.getBoundingClientRect();
+      if (!/\d[:.]\d\d/.test(each.textContent ?? '') || each.childElementCount > 0 || box.bottom > bottom) return false;
+      const end = document.elementFromPoint(box.right - 13, box.top + 5);
+      return each.scrollWidth > each.clientWidth || end?.closest('td') !== each.closest('td');
+    }).map((each) => each.textContent);
+  });
   const cutButtons = (page: Page) => page.evaluate(() => {
     const {right} = document.querySelector('.scroll')!.getBoundingClientRect();
     return [...document.querySelectorAll('tbody button, tbody .button')].filter((each) => {
@@ -126,7 +147,7 @@ describe('the rows', () => {
     }).map((each) => each.textContent);
   });
 
-  it.each(['en-US', 'de-DE', 'fr-FR', 'pl-PL'])('have the height that the table counts with, and show times and buttons whole: %s', async (locale) => {
+  it.each(['en-US', 'en-GB', 'de-DE', 'pt-BR', 'fr-FR', 'pl-PL'])('have the height that the table counts with, and show times and buttons whole: %s', async (locale) => {
     await put('a name of a file that is longer than its column in each window of the page.zip');
     await world.command('remove', (await put('to the bin.zip'))[0]);
     await put('report.zip', 'From Console');
