@@ -63,7 +63,7 @@ interface TableProps {
 function Table({found, marked, onMark}: TableProps) {
   const heads = [t('files.name'), t('bin.inbox'), t('bin.by'), t('bin.deleted'), t('bin.until'), t('action')];
   return (
-    <LongTable heads={heads} widths={{3: timeWidth(), 4: timeWidth(), 5: `calc(${t('bin.restore').length}ch + 52px)`}} rows={found} keyOf={({id}) => id} cells={(file) => [
+    <LongTable heads={heads} widths={{2: '12%', 3: timeWidth(), 4: timeWidth(), 5: `calc(${t('bin.restore').length}ch + 52px)`}} rows={found} keyOf={({id}) => id} cells={(file) => [
       <label title={file.name}>
         <input type="checkbox" checked={marked.has(file.id)} onChange={(event) => onMark(file, event.currentTarget.checked)} />
         <bdi>{file.name}</bdi>
