@@ -68,13 +68,13 @@ export class FleetMap {
     }
   }
 
-  /** Shows the whole track. No points remove it. */
+  /** Moves the map to a new track, but not to a track that grows. No points remove the track. */
   showTrack(points: readonly Point[]): void {
     if (points.length === 0) {
       this.track.setGeometry(undefined);
       return;
     }
-    this.canvas.fit(extentOf([[points]]), smallestM);
+    if (!this.track.getGeometry()) this.canvas.fit(extentOf([[points]]), smallestM);
     this.track.setGeometry(new LineString(points.map(toPlane)));
   }
 

@@ -69,9 +69,14 @@ function withMovement(read: Console, before: ConsoleState | undefined): ConsoleS
   if (!known) return read;
   const {operator, position, movement} = known;
   if (position !== before?.position) return {...read, operator, position, movement};
-  if (!position || !read.position) return read;
-  const isSame = position.received_at === read.position.received_at && position.time_s === read.position.time_s;
-  return {...read, movement: isSame ? movement : movementBetween(position, read.position)};
+  return {...read, movement: read.position ? movementTo(read.position, known) : undefined};
+}
+
+/** A position may come twice, with a list of consoles and as an event. */
+function movementTo(position: Position, {position: before, movement}: ConsoleState): Movement | undefined {
+  if (!before) return undefined;
+  const isSame = position.received_at === before.received_at && position.time_s === before.time_s;
+  return isSame ? movement : movementBetween(before, position);
 }
 
 /** Returns false for an event that asks for a new list of consoles. */
@@ -107,6 +112,13 @@ export function takeEvent({name, data}: ServiceEvent): boolean {
 export const consoleName = ({console_string, hardware_address, id}: ConsoleState): string =>
   console_string || hardware_address || `#${id}`;
 
+/** The name, with the operator if another console has this name. On the map no <bdi> isolates the name: a character does. */
+export function labelOf(console: ConsoleState, all: readonly ConsoleState[]): string {
+  const name = consoleName(console);
+  const isUnique = all.every((each) => each === console || consoleName(each) !== name);
+  return isUnique ? name : `\u2068${name}\u2069 · ${console.operator.name}`;
+}
+
 /** By the service's clock. Its reports of fetched files do not count. */
 export function lastReportMs({environment, devices, position}: ConsoleState): number {
   const times = [position, environment, ...devices].map((report) => report?.received_at);
@@ -135,7 +147,6 @@ function addInbox({entry: {entries, ...inbox}}: InboxEvent): void {
 function moveConsole({console, user: operator, ...position}: ConsoleMoved): boolean {
   const known = consoles.value.get(console);
   if (!known) return false;
-  const movement = known.position ? movementBetween(known.position, position) : undefined;
-  consoles.value = new Map(consoles.value).set(console, {...known, operator, position, movement});
+  consoles.value = new Map(consoles.value).set(console, {...known, operator, position, movement: movementTo(position, known)});
   return true;
 }

@@ -6,36 +6,41 @@ import {files, inboxes} from '../model/farm';
 import {reconnections} from '../model/session';
 import {dateText, projectName, t} from '../texts';
 import {LongTable} from './LongTable';
+import {useNewest} from './newest';
 import {matches, Search} from './Search';
 import {tellError} from './Toast';
 
 const pageSize = 200;
 
-export function Audit({userId}: {userId: number | undefined}) {
+/** Shows the newest entries again after each read of the people. */
+export function Audit({userId, people}: {userId: number | undefined; people: unknown}) {
   const entries = useSignal<readonly AuditEntry[] | undefined>(undefined);
   const next = useSignal<string | undefined>(undefined);
   const search = useSignal('');
-  const read = async (address: string) => {
-    try {
-      const page = await pageOf<{entries: AuditEntry[]}>(address);
-      entries.value = [...entries.value ?? [], ...page.document.entries];
-      next.value = page.next;
-    } catch (error) {
-      tellError(error);
-    }
-  };
+  const newest = useNewest(() => readPage(`${apiPath}/audit?limit=${pageSize}${userId === undefined ? '' : `&user=${userId}`}`),
+    [people, reconnections.value]);
   useEffect(() => {
-    if (!entries.value) void read(`${apiPath}/audit?limit=${pageSize}${userId === undefined ? '' : `&user=${userId}`}`);
-  }, [reconnections.value]);
+    if (!newest) return;
+    const known = entries.value ?? [];
+    const last = newest.document.entries.at(-1)?.id;
+    const place = known.findIndex(({id}) => id === last);
+    entries.value = [...newest.document.entries, ...(place < 0 ? [] : known.slice(place + 1))];
+    if (place < 0) next.value = newest.next;
+  }, [newest]);
+  const readOlder = async (address: string) => {
+    const page = await readPage(address);
+    entries.value = [...entries.value ?? [], ...page.document.entries];
+    next.value = page.next;
+  };
   const found = (entries.value ?? []).filter((entry) =>
     matches(search.value, entry.action, actionText(entry), entry.actor?.name ?? '', objectText(entry), entry.address));
   return (
     <section class="audit">
-      <h2>{t('audit.title')}</h2>
+      <h2>{t(userId === undefined ? 'audit.title' : 'audit.person')}</h2>
       <div class="bar wrap">
         <Search text={search} label={t('audit.search')} />
         <span role="status">{t('audit.count', {count: found.length})}</span>
-        {next.value && <button onClick={() => void read(next.value as string)}>{t('audit.more')}</button>}
+        {next.value && <button onClick={() => void readOlder(next.value as string).catch(tellError)}>{t('audit.more')}</button>}
       </div>
       {found.length === 0 ? <p class="empty">{t(entries.value ? 'audit.none' : 'page.loading')}</p> : (
         <LongTable heads={[t('audit.at'), t('audit.actor'), t('audit.action'), t('audit.object'), t('audit.address')]}
@@ -46,6 +51,8 @@ export function Audit({userId}: {userId: number | undefined}) {
     </section>
   );
 }
+
+const readPage = (address: string) => pageOf<{entries: AuditEntry[]}>(address);
 
 function actionText({action, outcome}: AuditEntry): string {
   const text = t(`audit.do.${action}`);

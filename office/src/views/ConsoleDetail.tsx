@@ -4,11 +4,10 @@ import {useEffect} from 'preact/hooks';
 import type {TrackPoint} from '../api/client';
 import {consoleName, measuredMs, type ConsoleState} from '../model/farm';
 import {movementBetween, type Movement} from '../model/movement';
-import {reconnections} from '../model/session';
 import {dayOf} from '../model/day';
-import {readTrack} from '../model/track';
+import {followTrack} from '../model/track';
 import {dateText, numberText, t, timeText} from '../texts';
-import {agoText} from './clock';
+import {agoText, now} from './clock';
 import {tellError} from './Toast';
 
 /** A position that needed longer from the console to the service came late. */
@@ -67,7 +66,8 @@ function Equipment({console: {devices}}: {console: ConsoleState}) {
       <ul>
         {devices.map(({device, state, received_at}, index) => (
           <li key={index}>
-            {[device.kind, device.console_string, device.hardware_address].filter(Boolean).join(' · ')}
+            {[device.kind, device.console_string, device.hardware_address].filter(Boolean)
+              .map((each, place) => <>{place > 0 && ' · '}<bdi>{each}</bdi></>)}
             <span class="detail">{t(state === 1 ? 'fleet.connected' : 'fleet.disconnected')} · {agoText(Date.parse(received_at))}</span>
           </li>
         ))}
@@ -77,38 +77,41 @@ function Equipment({console: {devices}}: {console: ConsoleState}) {
 }
 
 function Track({id, track, replay}: {id: number} & Omit<Props, 'console'>) {
-  const day = useSignal(dayOf(Date.now()));
+  const chosenDay = useSignal<string | undefined>(undefined);
+  const today = dayOf(now.value);
+  const day = chosenDay.value ?? today;
   const isLoading = useSignal(false);
   useEffect(() => {
-    let isCurrent = true;
     isLoading.value = true;
-    readTrack(id, day.value).then((points) => {
-      if (isCurrent) track.value = points;
-    }, tellError).finally(() => {
+    const stop = followTrack(id, day, (points) => {
+      track.value = points;
+      isLoading.value = false;
+    }, (error) => {
+      if (isLoading.value) tellError(error);
       isLoading.value = false;
     });
     return () => {
-      isCurrent = false;
+      stop();
       track.value = [];
       replay.value = undefined;
     };
-  }, [id, day.value, reconnections.value]);
+  }, [id, day]);
   return (
     <>
       <h3>{t('fleet.track')}</h3>
       <label class="field">
         {t('day')}
-        <input type="date" value={day} max={dayOf(Date.now())} onChange={(event) => {
-          if (event.currentTarget.value) day.value = event.currentTarget.value;
+        <input type="date" value={day} max={today} onChange={(event) => {
+          if (event.currentTarget.value) chosenDay.value = event.currentTarget.value;
         }} />
       </label>
-      {track.value.length > 1 ? <Replay points={track.value} replay={replay} />
+      {track.value.length > 1 ? <Replay points={track.value} day={day} replay={replay} />
         : <p role="status">{t(isLoading.value ? 'page.loading' : 'fleet.noTrack')}</p>}
     </>
   );
 }
 
-function Replay({points, replay}: {points: readonly TrackPoint[]; replay: Signal<TrackPoint | undefined>}) {
+function Replay({points, day, replay}: {points: readonly TrackPoint[]; day: string; replay: Signal<TrackPoint | undefined>}) {
   const index = useSignal(0);
   const isPlaying = useSignal(false);
   const point = points[Math.min(index.value, points.length - 1)] as TrackPoint;
@@ -124,6 +127,8 @@ function Replay({points, replay}: {points: readonly TrackPoint[]; replay: Signal
     return () => clearInterval(timer);
   }, [isPlaying.value, points]);
   const before = points[index.value - 1];
+  const timeMs = point.time_s * 1000;
+  const time = dayOf(timeMs) === day ? timeText(timeMs) : dateText(timeMs);
   const movement = before && movementBetween(before, point);
   return (
     <div class="replay">
@@ -132,11 +137,11 @@ function Replay({points, replay}: {points: readonly TrackPoint[]; replay: Signal
         isPlaying.value = !isPlaying.value;
       }}>{t(isPlaying.value ? 'fleet.stop' : 'fleet.play')}</button>
       <input type="range" min={0} max={points.length - 1} value={index} aria-label={t('fleet.time')}
-        aria-valuetext={timeText(point.time_s * 1000)} onInput={(event) => {
+        aria-valuetext={time} onInput={(event) => {
           index.value = Number(event.currentTarget.value);
         }} />
       <output>
-        {timeText(point.time_s * 1000)} · {point.operator.name}{movement && ` · ${movementText(movement)}`}
+        {time} · {point.operator.name}{movement && ` · ${movementText(movement)}`}
       </output>
     </div>
   );

@@ -7,12 +7,12 @@ export function Fetched({file}: {file: File}) {
   const {fetched_at: time, fetched_by: by, unpack_error: reason} = file;
   if (!time || !by) return <span class="detail">{t('files.notFetched')}</span>;
   const known = consoles.value.get(by.console);
-  const console = `${known ? consoleName(known) : `#${by.console}`} (${by.user.name})`;
+  const name = known ? consoleName(known) : `#${by.console}`;
   const result = resultText(file);
-  const all = [console, `${t('files.fetched')} ${dateText(time)}`, result].filter(Boolean);
+  const all = [`\u2068${name}\u2069 (${by.user.name})`, `${t('files.fetched')} ${dateText(time)}`, result].filter(Boolean);
   return (
     <span class="lines" title={all.join(' · ')}>
-      <span>{console}</span>
+      <span><bdi>{name}</bdi> ({by.user.name})</span>
       <span class={reason === undefined ? 'detail' : 'error'}>{result || dateText(time)}</span>
     </span>
   );

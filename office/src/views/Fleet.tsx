@@ -2,7 +2,7 @@
 import {useComputed, useSignal} from '@preact/signals';
 import {useEffect} from 'preact/hooks';
 import type {TrackPoint} from '../api/client';
-import {consoleName, consoles, lastReportMs, measuredMs, type ConsoleState} from '../model/farm';
+import {consoleName, consoles, labelOf, lastReportMs, measuredMs, type ConsoleState} from '../model/farm';
 import {reconnections, renewConsoles} from '../model/session';
 import type {Marker} from '../map/fleet';
 import type {Point} from '../map/geometry';
@@ -84,7 +84,7 @@ function Line({console, isChosen}: {console: ConsoleState; isChosen: boolean}) {
   return (
     <li>
       <a href={`#/fleet/${console.id}`} aria-current={isChosen ? 'true' : undefined}>
-        <b>{consoleName(console)}</b> {operator.name}
+        <b><bdi>{consoleName(console)}</bdi></b> {operator.name}
         <span class="detail">{t('fleet.reportAgo', {ago: agoText(lastReportMs(console))})}</span>
         <span class="detail">
           {position ? t('fleet.positionAgo', {ago: agoText(measuredMs(position))}) : t('fleet.noPosition')}
@@ -105,7 +105,7 @@ const placeOf = ({longitude, latitude}: {longitude: number; latitude: number}): 
 function markersOf(list: readonly ConsoleState[], chosen: ConsoleState | undefined): Marker[] {
   return list.flatMap((console) => (console.position ? [{
     id: console.id,
-    name: consoleName(console),
+    name: labelOf(console, list),
     place: placeOf(console.position),
     heading: movementNow(console)?.heading,
     isOld: isOld(console),

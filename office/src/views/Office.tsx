@@ -17,7 +17,7 @@ import {Storage} from './Storage';
 import {tellError, Toast} from './Toast';
 
 export function Office() {
-  const {view} = place.value;
+  const view = shownView();
   const title = view === 'account' ? user.value?.name : t(view === 'map' ? 'map.map' : `nav.${view}`);
   useEffect(() => {
     document.title = `${title} · ${user.value?.farm?.name ?? t('title')}`;
@@ -28,7 +28,10 @@ export function Office() {
   return (
     <>
       <Header />
-      <main tabIndex={-1}>{mayUse(view) ? <CurrentView /> : <p class="empty">{t('forbidden')}</p>}</main>
+      <main tabIndex={-1}>
+        {user.value?.role === 'admin' && <p class="notes">{t('forbidden')}</p>}
+        {mayUse(view) ? <CurrentView /> : <p class="empty">{t('forbidden')}</p>}
+      </main>
       <Sendings />
       <Toast />
     </>
@@ -47,8 +50,11 @@ function mayUse(view: View): boolean {
   }
 }
 
+/** Nothing else works for an administrator. */
+const shownView = (): View => (user.value?.role === 'admin' ? 'account' : place.value.view);
+
 function CurrentView() {
-  switch (place.value.view) {
+  switch (shownView()) {
     case 'fleet':
       return <Fleet consoleId={place.value.id} />;
     case 'bin':
@@ -71,19 +77,18 @@ function CurrentView() {
 const officeViews = ['files', 'reports', 'fleet', 'people', 'storage', 'bin'] as const satisfies View[];
 
 function Header() {
-  const views = user.value?.role === 'office' ? officeViews : officeViews.slice(0, 1);
   return (
     <header>
       <h1>{user.value?.farm?.name ?? 'KELVO'}</h1>
       <nav>
-        {views.map((view) => (
+        {officeViews.filter(mayUse).map((view) => (
           <a key={view} href={`#/${view}`} aria-current={place.value.view === view ? 'page' : undefined}>
             {t(`nav.${view}`)}
           </a>
         ))}
       </nav>
       <LinkState />
-      <a class="user" href="#/account" aria-current={place.value.view === 'account' ? 'page' : undefined}>{user.value?.name}</a>
+      <a class="user" href="#/account" aria-current={shownView() === 'account' ? 'page' : undefined}>{user.value?.name}</a>
       <button onClick={() => void logOut().catch(tellError)}>{t('logout')}</button>
     </header>
   );

@@ -47,7 +47,7 @@ export function People({userId}: {userId: number | undefined}) {
       <section class="person">
         {userId !== undefined && !chosen && <p role="alert">{t('people.noPerson')}</p>}
         {chosen && <PersonDetail key={chosen.id} person={chosen} all={people.value} />}
-        {(userId === undefined || chosen) && <Audit key={userId} userId={userId} />}
+        {(userId === undefined || chosen) && <Audit key={userId} userId={userId} people={people.value} />}
       </section>
       {question.value && <Ask question={question.value} onEnd={() => {
         question.value = undefined;

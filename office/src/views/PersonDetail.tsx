@@ -1,53 +1,33 @@
 // One person: inboxes, sessions, and what the office may change.
 import {useSignal} from '@preact/signals';
-import {useEffect} from 'preact/hooks';
-import {apiPath, client, documentOf, ignoreMissing, type Inbox, type OwnSession, type User} from '../api/client';
-import {inboxes, user} from '../model/farm';
+import {apiPath, client, documentOf, ignoreMissing, type User} from '../api/client';
+import {filesByInbox, inboxes} from '../model/farm';
 import {reconnections, renewConsoles} from '../model/session';
-import {amountsOf, type Amount} from '../model/storage';
+import {amountsOf} from '../model/storage';
 import {projectName, t} from '../texts';
 import {Ask, type Question} from './Ask';
+import {useNewest} from './newest';
 import {readPeople} from './People';
 import {Sessions} from './Sessions';
-import {Amounts} from './Storage';
+import {Amounts, useUsage} from './Storage';
 import {tell, tellError} from './Toast';
 
-interface Holdings {
-  sessions: OwnSession[];
-  inboxes: Inbox[];
-  amounts: Amount[];
-}
-
+/** `person` is a new object after each read of the people: then the sessions and the storage are read again. */
 export function PersonDetail({person, all}: {person: User; all: readonly User[]}) {
-  const holdings = useSignal<Holdings | undefined>(undefined);
-  const isOperator = person.role === 'operator';
-  const read = () => readHoldings(person.id).then((found) => {
-    holdings.value = found;
-  }, tellError);
-  useEffect(() => {
-    if (isOperator) void read();
-  }, [person, reconnections.value]);
-  const endSession = (session: string) =>
-    documentOf(client.DELETE('/users/{id}/sessions/{session}', {params: {path: {id: person.id, session}}}))
-      .catch(ignoreMissing).then(read, tellError);
   return (
     <>
       <h2>{person.name}</h2>
       <p class="detail">{t(`people.role.${person.role}`)}{person.disabled && ` · ${t('people.disabled')}`}</p>
-      {isOperator ? <Actions person={person} all={all} /> : <p>{t('people.onlyAdmin')}</p>}
-      {holdings.value && <HoldingsLists {...holdings.value} onEnd={endSession} />}
+      {person.role === 'operator' ? (
+        <>
+          <Actions person={person} all={all} />
+          <Inboxes id={person.id} />
+          <OpenSessions person={person} />
+          <UsedStorage person={person} />
+        </>
+      ) : <p>{t('people.onlyAdmin')}</p>}
     </>
   );
-}
-
-/** Throws ServiceError. */
-async function readHoldings(id: number): Promise<Holdings> {
-  const farm = user.value?.farm?.id ?? 0;
-  const [{sessions, inboxes: owned}, {users, quota}] = await Promise.all([
-    documentOf(client.GET('/users/{id}/export', {params: {path: {id}}})),
-    documentOf(client.GET('/farms/{id}/usage', {params: {path: {id: farm}}})),
-  ]);
-  return {sessions, inboxes: owned, amounts: users.filter((each) => each.id === id).flatMap(({usage}) => amountsOf(usage, quota.user))};
 }
 
 function Actions({person, all}: {person: User; all: readonly User[]}) {
@@ -74,28 +54,46 @@ function Actions({person, all}: {person: User; all: readonly User[]}) {
   );
 }
 
-function HoldingsLists({inboxes: owned, sessions, amounts, onEnd}: Holdings & {onEnd: (session: string) => Promise<void>}) {
+function Inboxes({id: person}: {id: number}) {
+  const owned = [...inboxes.value.values()].filter(({owner}) => owner.id === person);
   return (
     <>
       <h3>{t('people.inboxes')}</h3>
       {owned.length === 0 && <p>{t('people.noInboxes')}</p>}
       <ul class="tags">
-        {owned.map(({id, entries = []}) => (
-          <li key={id}>
-            <a class="button" href={`#/files/${id}`}>
-              {projectName(inboxes.value.get(id)?.projectName ?? '')} <span class="count">{entries.length}</span>
+        {owned.map((inbox) => (
+          <li key={inbox.id}>
+            <a class="button" href={`#/files/${inbox.id}`}>
+              {projectName(inbox.projectName)} <span class="count">{filesByInbox.value.get(inbox.id)?.length ?? 0}</span>
             </a>
           </li>
         ))}
       </ul>
-      <h3>{t('sessions.title')}</h3>
-      <Sessions sessions={sessions} action={({id, console}) => (
-        <button aria-label={`${t('sessions.end')} ${console}`} onClick={() => void onEnd(id)}>{t('sessions.end')}</button>
-      )} />
-      <h3>{t('nav.storage')}</h3>
-      <Amounts amounts={amounts} />
     </>
   );
+}
+
+function OpenSessions({person}: {person: User}) {
+  const {id} = person;
+  const found = useNewest(() => documentOf(client.GET('/users/{id}/export', {params: {path: {id}}})), [person, reconnections.value]);
+  const end = (session: string) =>
+    documentOf(client.DELETE('/users/{id}/sessions/{session}', {params: {path: {id, session}}}))
+      .catch(ignoreMissing).then(readPeople, tellError);
+  if (!found) return null;
+  return (
+    <>
+      <h3>{t('sessions.title')}</h3>
+      <Sessions sessions={found.sessions} action={({id: session, console}) => (
+        <button aria-label={`${t('sessions.end')} ${console}`} onClick={() => void end(session)}>{t('sessions.end')}</button>
+      )} />
+    </>
+  );
+}
+
+function UsedStorage({person}: {person: User}) {
+  const found = useUsage(person);
+  const own = found?.users.find(({id}) => id === person.id);
+  return found && own ? <><h3>{t('nav.storage')}</h3><Amounts amounts={amountsOf(own.usage, found.quota.user)} /></> : null;
 }
 
 async function change({id}: User, body: {disabled?: boolean; name?: string; password?: string}): Promise<void> {
@@ -126,6 +124,7 @@ const eraseTrack = ({id, name}: User): Question => ({
   onDo: async () => {
     await documentOf(client.DELETE('/users/{id}/track', {params: {path: {id}}}));
     void renewConsoles();
+    await readPeople();
     tell(t('people.erased', {name}));
   },
 });

@@ -16,7 +16,7 @@ export function Sessions({sessions, action}: Props) {
       {sessions.map((session) => (
         <li key={session.id}>
           <span>
-            <b>{session.console || t('sessions.browser')}</b> {session.address}{session.current && ` · ${t('sessions.current')}`}
+            <b><bdi>{session.console || t('sessions.browser')}</bdi></b> {session.address}{session.current && ` · ${t('sessions.current')}`}
             <span class="detail">
               {t('sessions.times', {from: dateText(session.created_at), seen: dateText(session.last_seen_at)})}
             </span>

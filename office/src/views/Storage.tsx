@@ -1,15 +1,14 @@
 // What the farm stores, against its quota.
 import {useSignal} from '@preact/signals';
-import {useEffect} from 'preact/hooks';
 import {client, documentOf, type FarmUsage} from '../api/client';
 import {fileSet, user} from '../model/farm';
 import {reconnections} from '../model/session';
 import {amountsOf, asksForRoom, type Amount} from '../model/storage';
 import {countText, percentText, sizeText, t, type TextKey} from '../texts';
 import {LongTable} from './LongTable';
+import {useNewest} from './newest';
 import {matches, Search} from './Search';
 import {useSlowly} from './slowly';
-import {tellError} from './Toast';
 
 /** Many files may come at once: the usage is read at most once in this time. */
 const pauseMs = 1000;
@@ -22,26 +21,21 @@ const names: Record<Amount['kind'], TextKey> = {
 };
 
 export function Storage() {
-  const usage = useSignal<FarmUsage | undefined>(undefined);
-  const current = useSlowly(fileSet, pauseMs);
-  const farm = user.value?.farm?.id;
-  useEffect(() => {
-    if (farm === undefined) return;
-    let isCurrent = true;
-    documentOf(client.GET('/farms/{id}/usage', {params: {path: {id: farm}}})).then((found) => {
-      if (isCurrent) usage.value = found;
-    }, tellError);
-    return () => {
-      isCurrent = false;
-    };
-  }, [farm, current, reconnections.value]);
-  if (!usage.value) return <p class="empty" role="status">{t('page.loading')}</p>;
+  const usage = useUsage();
+  if (!usage) return <p class="empty" role="status">{t('page.loading')}</p>;
   return (
     <div class="storage">
-      <FarmPart usage={usage.value} />
-      <People usage={usage.value} />
+      <FarmPart usage={usage} />
+      <People usage={usage} />
     </div>
   );
+}
+
+/** The use of the farm's storage. It is read again when a file comes or goes, and after a change of `cause`. */
+export function useUsage(cause?: unknown): FarmUsage | undefined {
+  const id = user.value?.farm?.id ?? 0;
+  return useNewest(() => documentOf(client.GET('/farms/{id}/usage', {params: {path: {id}}})),
+    [id, useSlowly(fileSet, pauseMs), reconnections.value, cause]);
 }
 
 function FarmPart({usage: {quota, usage}}: {usage: FarmUsage}) {

@@ -1,5 +1,6 @@
-// A list that a view reads anew when something changes.
-import {signal, type ReadonlySignal} from '@preact/signals';
+// Lists and documents that a view reads anew when something changes.
+import {signal, useSignal, type ReadonlySignal} from '@preact/signals';
+import {useEffect} from 'preact/hooks';
 import {listAll} from '../api/client';
 import {tellError} from './Toast';
 
@@ -17,4 +18,19 @@ export function newestList<Name extends string, Item>(path: string, name: Name) 
     }
   };
   return [list as ReadonlySignal<readonly Item[] | undefined>, read] as const;
+}
+
+/** The document, undefined until it is read. It is read again after a change of `causes`. */
+export function useNewest<Document>(read: () => Promise<Document>, causes: readonly unknown[]): Document | undefined {
+  const found = useSignal<Document | undefined>(undefined);
+  useEffect(() => {
+    let isCurrent = true;
+    read().then((document) => {
+      if (isCurrent) found.value = document;
+    }, tellError);
+    return () => {
+      isCurrent = false;
+    };
+  }, [...causes]);
+  return found.value;
 }

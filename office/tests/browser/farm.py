@@ -123,7 +123,7 @@ def main():
     make_inboxes(farm)
     commands = Commands(farm, office)
     print(json.dumps({"address": farm.service.address, "ca": str(farm.service.ca), "farm": FARM,
-                      "office": [OFFICE, PASSWORDS[OFFICE]], "operator": [OPERATOR, PASSWORDS[OPERATOR]]}), flush=True)
+                      "admin": ["admin", farm.service.admin_password_file.read_text().strip()], "office": [OFFICE, PASSWORDS[OFFICE]], "operator": [OPERATOR, PASSWORDS[OPERATOR]]}), flush=True)
     for line in sys.stdin:
         name, *arguments = json.loads(line)
         try:

@@ -24,6 +24,8 @@ beforeAll(async () => {
   }
 });
 
+const dayAfter = (day: string) => new Date(Date.parse(day) + 86_400_000).toISOString().slice(0, 10);
+
 async function openFleet(): Promise<Page> {
   const page = await world.logIn('office');
   await page.getByRole('link', {name: 'Fleet', exact: true}).click();
@@ -58,8 +60,9 @@ describe('the fleet', () => {
   it('tells no speed of now from old positions', async () => {
     const page = await openFleet();
     await page.getByRole('link', {name: /Console 12/}).click();
-    await move(nowS() - 3030, 51.5, 5.5);
-    await move(nowS() - 2970, 51.5, 5.503);
+    const start = nowS() - 3030;
+    await move(start, 51.5, 5.5);
+    await move(start + 60, 51.5, 5.503);
     await page.getByText('12.5 km/h · 90°').waitFor();
     await page.locator('.consoles').getByText('Position measured 49 minutes ago').waitFor();
     expect(await page.locator('.consoles').getByText('km/h').count()).toBe(0);
@@ -95,6 +98,35 @@ describe('the fleet', () => {
     });
     await page.getByLabel('Day').fill('2026-01-01');
     await page.getByText('The service received no track on this day.').waitFor();
+  });
+
+  it('follows the track of today, also after midnight, but not a day that was chosen', async () => {
+    const context = await world.newContext();
+    await context.clock.install();
+    const page = await world.open(context);
+    await world.fillLogin(page, world.accounts.office);
+    await page.getByRole('link', {name: 'Fleet', exact: true}).click();
+    await page.getByRole('link', {name: /Console 12/}).click();
+    const slider = page.getByRole('slider', {name: 'Time of the replay'});
+    const last = async () => Number(await slider.getAttribute('max'));
+    await slider.waitFor();
+    const before = await last();
+    await move(nowS() - 2 * 86_400, 51.5, 5.5);
+    await page.clock.runFor(30_000);
+    await page.waitForFunction((max) => Number(document.querySelector<HTMLInputElement>('.replay input')?.max) === max, before + 1);
+    await page.locator('.replay output').getByText(/ 20\d\d, /).waitFor(); // The first point was measured on another day.
+    await world.picture(page, 'late-point');
+    const day = page.getByLabel('Day');
+    const today = await day.inputValue();
+    const tomorrow = dayAfter(today);
+    await page.clock.fastForward(24 * 3_600_000);
+    await page.waitForFunction((wanted) => document.querySelector<HTMLInputElement>('.console-detail input')?.value === wanted, tomorrow);
+    await day.fill(today);
+    await slider.waitFor();
+    await page.clock.fastForward(24 * 3_600_000);
+    await page.waitForFunction((wanted) => document.querySelector<HTMLInputElement>('.console-detail input')?.max === wanted, dayAfter(tomorrow));
+    expect(await day.inputValue()).toBe(today);
+    await move(nowS(), 51.5, 5.503);
   });
 
   it('is searched by console and operator, and shows the consoles without contact', async () => {
@@ -144,11 +176,13 @@ describe('the fleet', () => {
     await page.getByRole('link', {name: 'Fleet', exact: true}).click();
     await page.getByRole('link', {name: /Console 12/}).click();
     await page.getByText('GPS receiver · aa:bb').waitFor();
-    const quiet = {console_string: 'Quiet', host_string: '1', hardware_address: '00:1b:44:00:00:01', kind: 'Controller'};
+    const quiet = {console_string: 'Quiet \u202e21', host_string: '1', hardware_address: '00:1b:44:00:00:01', kind: 'Controller'};
     await world.command('report', 'PUT', '/environment', {timestamp_ms: Date.now(), console: quiet, controller: quiet});
     await page.clock.runFor(60_000);
     await page.getByRole('link', {name: /Quiet/}).getByText('No position').click();
     await page.getByText('The console has reported no equipment.').waitFor();
+    expect(await page.locator('.consoles bdi').allInnerTexts()).toContain('Quiet \u202e21');
+    await world.picture(page, 'direction');
 
     const show = (isHidden: boolean) => page.evaluate((hidden) => {
       Object.defineProperty(document, 'hidden', {value: hidden, configurable: true});

@@ -113,7 +113,7 @@ describe('the office', () => {
     await row(page, 'waiting.zip').getByText('Not unpacked: no room: 2 < 10 MB').waitFor();
     await world.command('report', 'POST', '/fetches', {fetches: [{file: other, age_s: 0, unpacked_age_s: 0}]});
     await row(page, 'waiting.zip').getByText(/^Unpacked \d/).waitFor();
-    await row(page, 'waiting.zip').getByTitle(/^Console 12 \(olga\) · Fetched .* · Unpacked /).waitFor();
+    await row(page, 'waiting.zip').getByTitle(/^\u2068Console 12\u2069 \(olga\) · Fetched .* · Unpacked /).waitFor();
     expect(await row(page, 'fetched.zip').getByText('Unpacked').count()).toBe(0);
   });
 

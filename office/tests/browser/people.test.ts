@@ -98,6 +98,40 @@ describe('the people', () => {
     await page.locator('.ask .main').click();
     await page.getByText('The tracks of olga are deleted.').waitFor();
     await reads;
+    await link(page, 'Everybody').click();
+    await row(page, 'Tracks deleted').waitFor();
+  });
+
+  it('are followed: the files in the inboxes, and the audit trail with the pages that are shown', async () => {
+    const page = await open('People');
+    const other = await open('People');
+    await page.route(/\/audit\?limit=200$/, async (route) => route.continue({url: route.request().url().replace('limit=200', 'limit=3')}));
+    await page.reload();
+    await page.getByText('Entries: 3', {exact: true}).waitFor();
+    await button(page, 'Older entries').click();
+    await page.getByText('Entries: 6', {exact: true}).waitFor();
+    await button(other, 'New operator').click();
+    await answer(other, {name: 'kees', password: 'eight or more'});
+    await row(page, 'kees').waitFor();
+    await page.getByText(/^Entries: ([7-9]|\d\d)$/).waitFor();
+    await link(page, /^olga/).click();
+    const inbox = link(page, /^Prescriptions for the console \d+$/);
+    const before = Number((await inbox.locator('.count').innerText()));
+    await world.command('put', world.newFile('followed.zip', new Uint8Array(1)), 'To Console');
+    await link(page, `Prescriptions for the console ${before + 1}`).waitFor();
+    await button(page, 'Disable').click();
+    await button(page, 'Enable').click();
+    await button(page, 'Disable').waitFor();
+    await page.getByRole('heading', {name: 'What this person did'}).waitFor();
+    await world.picture(page, 'person');
+  });
+
+  it('who administrate the service get their own account only', async () => {
+    const page = await world.logIn('admin');
+    await button(page, 'Change my password').waitFor();
+    await page.getByText("This page is for the farm's office.").waitFor();
+    expect(await page.locator('header nav a').count()).toBe(0);
+    await world.picture(page, 'admin');
   });
 
   it('lose one session, while the others live', async () => {

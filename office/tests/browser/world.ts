@@ -12,6 +12,7 @@ const office = join(import.meta.dirname, '../..');
 interface Accounts {
   address: string;
   ca: string;
+  admin: [string, string];
   office: [string, string];
   operator: [string, string];
 }
@@ -93,7 +94,7 @@ export class World {
   }
 
   /** A page of a new browser profile, logged in. */
-  logIn(role: 'office' | 'operator', options: Parameters<Browser['newContext']>[0] = {}): Promise<Page> {
+  logIn(role: 'admin' | 'office' | 'operator', options: Parameters<Browser['newContext']>[0] = {}): Promise<Page> {
     return this.logInAs(this.accounts[role], options);
   }
 

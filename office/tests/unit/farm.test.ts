@@ -1,7 +1,7 @@
 // The farm as a snapshot and the events after it.
 import {beforeEach, describe, expect, it} from 'vitest';
 import type {Account, Console, File} from '../../src/api/client';
-import {consoles, files, filesByInbox, fileSet, forgetAll, inboxes, lastReportMs, measuredMs, notFetched, takeConsoles, takeEvent, takeSnapshot} from '../../src/model/farm';
+import {consoles, files, filesByInbox, fileSet, forgetAll, inboxes, labelOf, lastReportMs, measuredMs, notFetched, takeConsoles, takeEvent, takeSnapshot} from '../../src/model/farm';
 
 const file = (id: number, container = 10): File => ({
   id, container, kind: 'file', name: `field ${id}.zip`, size: 5, sha256: 'a'.repeat(64), created_at: '2026-05-01T06:12:30Z',
@@ -103,6 +103,8 @@ describe('the farm', () => {
     expect(shown().movement?.heading).toBe(0);
     takeConsoles([at(place(160, 51.001))]);
     expect(shown().movement?.heading).toBe(0);
+    takeEvent(event('console-moved', {console: 3, user: {id: 7, name: 'olga'}, ...place(160, 51.001)}));
+    expect(shown().movement?.heading).toBe(0);
     const before = consoles.value;
     takeEvent(event('console-moved', {console: 3, user: {id: 9, name: 'piet'}, ...place(220, 51)}));
     takeConsoles([at(place(160, 51.001))], before);
@@ -110,6 +112,12 @@ describe('the farm', () => {
     takeConsoles([at(null)]);
     expect(shown()).toMatchObject({position: null});
     expect(shown().movement).toBeUndefined();
+  });
+
+  it('adds the operator to a name that two consoles have', () => {
+    const all = [[3, 'Console 12', 'olga'], [4, 'Console 12', 'piet'], [5, 'Console 13', 'piet']].map(([id, name, operator]) =>
+      ({id, console_string: name, hardware_address: '', operator: {id: 7, name: operator}, environment: null, devices: [], position: null}) as Console);
+    expect(all.map((each) => labelOf(each, all))).toEqual(['\u2068Console 12\u2069 · olga', '\u2068Console 12\u2069 · piet', 'Console 13']);
   });
 
   it('knows nothing after the session', () => {
