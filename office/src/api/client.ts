@@ -1,5 +1,6 @@
 // The typed client of the service's API. The browser sends the session's cookie with each request.
 import createClient from 'openapi-fetch';
+import {fetchInTime} from './in_time';
 import type {components, paths} from './schema';
 
 export const apiPath = '/kelvo-api/v1';
@@ -24,7 +25,7 @@ export type ConsoleMoved = Schemas['ConsoleMoved'];
 
 export type BaseMap = paths['/base-map']['get']['responses'][200]['content']['application/json'];
 
-export const client = createClient<paths>({baseUrl: apiPath});
+export const client = createClient<paths>({baseUrl: apiPath, fetch: fetchInTime});
 
 /** A refusal of the service, or no answer at all (`problem` is undefined). */
 export class ServiceError extends Error {
@@ -78,7 +79,7 @@ export function nextPage(headers: Headers): string | undefined {
 export async function pageOf<T>(address: string): Promise<{document: T; next: string | undefined}> {
   let next: string | undefined;
   const document = await documentOf<T>((async () => {
-    const response = await fetch(address);
+    const response = await fetchInTime(address);
     next = nextPage(response.headers);
     const body: unknown = await response.json();
     return response.ok ? {data: body as T, response} : {error: body, response};

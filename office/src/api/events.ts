@@ -1,6 +1,6 @@
 // The stream of changes. It reconnects for ever, and tells when the snapshot has to be read again.
 import {createParser} from 'eventsource-parser';
-import {backoffMs, pause} from './backoff';
+import {backoffMs, pauseOffline, untilTold} from './backoff';
 import {apiPath} from './client';
 
 /** Twice the service's time between two comments, and some seconds for a slow link. */
@@ -31,15 +31,15 @@ export async function followEvents(cursor: string, handlers: StreamHandlers, sig
     handlers.onEvent(event);
   };
   while (!signal.aborted) {
-    const status = await readStream(lastId, {...handlers, onEvent, onOpen: () => {
+    const status = await untilTold('offline', signal, (either) => readStream(lastId, {...handlers, onEvent, onOpen: () => {
       failures = 0;
       handlers.onOpen();
-    }}, signal);
+    }}, either));
     if (status === 401) return 'logged-out';
     if (status === 410) return 'cursor-too-old';
     const pauseMs = backoffMs(failures++);
     if (!signal.aborted) handlers.onLost(pauseMs);
-    await pause(pauseMs, signal);
+    if (await pauseOffline(pauseMs, signal)) failures = 0;
   }
   return 'aborted';
 }

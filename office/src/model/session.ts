@@ -1,5 +1,6 @@
 // Logging in and out, and the link to the service while logged in.
 import {signal} from '@preact/signals';
+import {pauseOffline} from '../api/backoff';
 import {client, documentOf, listAll, ServiceError, type Console} from '../api/client';
 import type {ServiceEvent} from '../api/events';
 import {shareEvents} from '../api/shared_events';
@@ -94,7 +95,7 @@ async function follow(signal: AbortSignal): Promise<void> {
     } catch (error) {
       if (hasNoSession(error)) return takeEnd(signal);
       noteLoss();
-      await new Promise((resolve) => setTimeout(resolve, 5000));
+      await pauseOffline(5000, signal);
     }
   }
 }

@@ -66,6 +66,34 @@ describe('the stream of events', () => {
     expect(Date.now()).toBe(startMs);
   });
 
+  it('is lost at once when the browser goes offline, and tries at once when it is online', async () => {
+    const browser = new EventTarget();
+    vi.stubGlobal('addEventListener', browser.addEventListener.bind(browser));
+    vi.stubGlobal('removeEventListener', browser.removeEventListener.bind(browser));
+    let requests = 0;
+    vi.stubGlobal('fetch', async (_url: string, {signal}: RequestInit) => {
+      if (++requests > 3) return new Response(null, {status: 401});
+      if (requests > 1) throw new TypeError('network');
+      return new Promise((_, reject) => signal?.addEventListener('abort', () => reject(signal.reason as Error)));
+    });
+    const pauses: number[] = [];
+    const ended = followEvents('5', {onOpen: () => undefined, onEvent: () => undefined, onLost: (pauseMs) => pauses.push(pauseMs)},
+      new AbortController().signal);
+    const wait = () => vi.advanceTimersByTimeAsync(0);
+    await wait();
+    browser.dispatchEvent(new Event('offline'));
+    await wait();
+    expect(pauses).toEqual([1000]);
+    for (let count = 0; count < 2; ++count) {
+      browser.dispatchEvent(new Event('online'));
+      await wait();
+    }
+    expect(pauses, 'the pauses begin again').toEqual([1000, 1000, 1000]);
+    browser.dispatchEvent(new Event('online'));
+    expect(await ended).toBe('logged-out');
+    expect(Date.now()).toBe(startMs);
+  });
+
   it('asks for a new snapshot if the cursor is too old', async () => {
     serve([{status: 503}, {status: 410}]);
     expect((await follow()).end).toBe('cursor-too-old');
