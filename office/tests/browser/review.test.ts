@@ -69,3 +69,25 @@ describe('many warnings', () => {
     expect(scroll).toBeLessThanOrEqual(client);
   });
 });
+
+describe('a name from right to left', () => {
+  it('does not move the size behind it', async () => {
+    const page = await world.logIn('office');
+    await choose(page, noTaskData('zip.\u05e9\u05d3\u05d4'));
+    await page.locator('.review .main:enabled').waitFor();
+    const [hebrew = 0, size = 0] = await page.locator('.chosen button').evaluate((button) => {
+      const walker = document.createTreeWalker(button, NodeFilter.SHOW_TEXT);
+      const places = new Map<string, number>();
+      for (let node = walker.nextNode(); node; node = walker.nextNode()) {
+        [...node.textContent ?? ''].forEach((letter, index) => {
+          const range = document.createRange();
+          range.setStart(node, index);
+          range.setEnd(node, index + 1);
+          if (!places.has(letter)) places.set(letter, range.getBoundingClientRect().left);
+        });
+      }
+      return [places.get('\u05e9'), places.get('1')]; // 123 byte
+    });
+    expect(size).toBeGreaterThan(hebrew);
+  });
+});

@@ -3,7 +3,7 @@ import {beforeEach, describe, expect, it, vi} from 'vitest';
 import {send, sendings} from '../../src/model/sending';
 import type {UploadError} from '../../src/model/upload_errors';
 
-const uploads = vi.hoisted(() => ({begun: 0, digests: 0, isBusy: true, hasFiles: true}));
+const uploads = vi.hoisted(() => ({answer: '', begun: 0, digests: 0, isBusy: true, hasFiles: true}));
 vi.mock('../../src/model/digest', () => ({digestOf: async () => `${++uploads.digests}`}));
 vi.mock('tus-js-client', () => ({
   defaultOptions: {urlStorage: {addUpload: async () => undefined, findUploadsByFingerprint: async () => []}},
@@ -22,7 +22,7 @@ vi.mock('tus-js-client', () => ({
 }));
 
 const busy = () => Object.assign(new Error('busy'), {causingError: null,
-  originalResponse: {getStatus: () => 503, getBody: () => '', getHeader: () => undefined}}) as unknown as UploadError;
+  originalResponse: {getStatus: () => (uploads.answer ? 507 : 503), getBody: () => uploads.answer, getHeader: () => undefined}}) as unknown as UploadError;
 
 const states = () => sendings.value.map(({state, failure}) => (failure ? `${state} ${failure.kind}` : state));
 
@@ -41,6 +41,15 @@ describe('ten files', () => {
     uploads.isBusy = false;
     await vi.advanceTimersByTimeAsync(60_000);
     expect(states()).toEqual(Array(10).fill('done notCompared'));
+  });
+
+  it('are not sent at a limit of the farm, and keep no place', async () => {
+    vi.stubGlobal('navigator', {locks: {request: async () => undefined}});
+    Object.assign(uploads, {isBusy: true, answer: '{"type": "urn:kelvo:problem:quota-exceeded"}'});
+    sendings.value = [];
+    send([1, 2, 3].map((index) => new File(['x'], `${index}.zip`)), [2], '');
+    await vi.advanceTimersByTimeAsync(60_000);
+    expect(states()).toEqual(Array(3).fill('failed refused'));
   });
 
   it('are not done before the service has made the files', async () => {
