@@ -1,4 +1,4 @@
-// The lists of files: their rows, the keyboard, and what is told about names and files on their way.
+// The lists of files: the rows, the keyboard, the messages about names, and the files on their way.
 import type {Page} from 'playwright-core';
 import {describe, expect, it} from 'vitest';
 import {slowUpload, useWorld, world} from './world';
