@@ -93,7 +93,6 @@ function Track({id, track, replay}: {id: number} & Omit<Props, 'console'>) {
     return () => {
       stop();
       track.value = [];
-      replay.value = undefined;
     };
   }, [id, day]);
   return (
@@ -117,6 +116,9 @@ function Replay({points, day, replay}: {points: readonly TrackPoint[]; day: stri
   const point = points[Math.min(index.value, points.length - 1)] as TrackPoint;
   useEffect(() => {
     replay.value = point;
+    return () => {
+      replay.value = undefined;
+    };
   }, [point]);
   useEffect(() => {
     if (!isPlaying.value) return undefined;

@@ -45,6 +45,16 @@ const findColour = (page: Page, red: number, green: number, blue: number) =>
     return undefined;
   }, [red, green, blue]).then((found) => found.jsonValue());
 
+const lackColour = (page: Page, ...colour: number[]) =>
+  page.waitForFunction((wanted) => {
+    const canvas = document.querySelector<HTMLCanvasElement>('.map canvas')!;
+    const {data} = canvas.getContext('2d')!.getImageData(0, 0, canvas.width, canvas.height);
+    for (let at = 0; at < data.length; at += 4) {
+      if (wanted.every((each, index) => data[at + index] === each)) return false;
+    }
+    return true;
+  }, colour);
+
 describe('the fleet', () => {
   it('tells the age of a position from the time of its receipt', async () => {
     const page = await openFleet();
@@ -176,12 +186,14 @@ describe('the fleet', () => {
     await page.getByRole('link', {name: 'Fleet', exact: true}).click();
     await page.getByRole('link', {name: /Console 12/}).click();
     await page.getByText('GPS receiver · aa:bb').waitFor();
+    await findColour(page, 0x0b, 0x57, 0xd0);
     const quiet = {console_string: 'Quiet \u202e21', host_string: '1', hardware_address: '00:1b:44:00:00:01', kind: 'Controller'};
     await world.command('report', 'PUT', '/environment', {timestamp_ms: Date.now(), console: quiet, controller: quiet});
     await page.clock.runFor(60_000);
     await page.getByRole('link', {name: /Quiet/}).getByText('No position').click();
     await page.getByText('The console has reported no equipment.').waitFor();
     expect(await page.locator('.consoles bdi').allInnerTexts()).toContain('Quiet \u202e21');
+    await lackColour(page, 0xb3, 0x26, 0x1e); // The mark of the replay of the other console.
     await world.picture(page, 'direction');
 
     const show = (isHidden: boolean) => page.evaluate((hidden) => {
