@@ -123,6 +123,7 @@ it('the fleet shows the console where it works, with its track', async () => {
   await page.goto(`${world.origin}/#/fleet/${id}`);
   await page.getByText(/km\/h · \d+°/).first().waitFor();
   await page.getByRole('slider').waitFor();
+  await page.locator('.map').getByText('100 m').waitFor();
   await shown('08-fleet');
 });
 
