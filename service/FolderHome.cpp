@@ -4,6 +4,7 @@
 #include "service/base/Files.h"
 
 #include <stdexcept>
+#include <system_error>
 
 #include <unistd.h>
 
@@ -72,6 +73,11 @@ void FolderHome::probe()
     }
     if (found != text) {
         throw std::runtime_error("the disk returns other bytes than were written");
+    }
+    // The start made folders in it. It may have been moved, or its disk is no longer mounted.
+    std::error_code error;
+    if (fs::is_empty(root_ / "content", error) || error) {
+        throw std::runtime_error("the folder content is missing or empty");
     }
 }
 

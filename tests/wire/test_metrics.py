@@ -1,5 +1,6 @@
 """The listener for the operators of the service."""
 
+import os
 import re
 import unittest
 
@@ -38,6 +39,19 @@ class Metrics(WireTest):
 
     def test_healthz_answers_ok(self):
         self.assertEqual(metrics(self.service, "/healthz"), (200, "ok"))
+
+    def test_readyz_tells_that_the_contents_are_gone(self):
+        folder, moved = self.service.path("content"), self.service.path("moved")
+        gone = (503, "content store: the folder content is missing or empty")
+        os.rename(folder, moved)
+        try:
+            self.assertEqual(metrics(self.service, "/readyz"), gone)
+            os.mkdir(folder)
+            self.assertEqual(metrics(self.service, "/readyz"), gone)
+            os.rmdir(folder)
+        finally:
+            os.rename(moved, folder)
+        self.assertEqual(metrics(self.service, "/readyz"), (200, "ready"))
 
     def test_the_listener_serves_nothing_else(self):
         for path in ("/", "/kelvo-api/v1/account", "/kelvo-api/v1/uploads", "/metricsx", "/metrics/x"):
