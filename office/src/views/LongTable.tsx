@@ -83,12 +83,9 @@ function useKeptFocus(box: RefObject<HTMLElement | null>, rowCount: number) {
     const next = box.current?.querySelector(`[aria-rowindex="${Math.min(row, rowCount + 1)}"]`);
     ((next && controlsOf(next)[place]) ?? box.current)?.focus();
   });
-  useEffect(() => () => {
-    // The table goes with its last row.
-    const focused = document.activeElement;
-    if (last.current && (focused === last.current.element || focused === document.body)) {
-      document.querySelector<HTMLElement>('main')?.focus();
-    }
+  useLayoutEffect(() => () => {
+    // The table goes with its last row. The clean-up of useEffect would run after the next frame, when nothing has the focus.
+    if (box.current?.contains(document.activeElement)) document.querySelector<HTMLElement>('main')?.focus();
   }, []);
   return note;
 }

@@ -79,8 +79,8 @@ describe('the people', () => {
     await page.reload();
     await row(page, 'User deleted').waitFor();
     await page.getByLabel('Search the audit trail').fill('renamed');
+    await row(page, 'Login').first().waitFor({state: 'detached'});
     await row(page, 'User renamed').waitFor();
-    expect(await row(page, 'Login').count()).toBe(0);
   });
 
   it('of the office cannot be changed by the office', async () => {
@@ -147,7 +147,7 @@ describe('the people', () => {
     await sessions.nth(before - 1).waitFor({state: 'detached'});
     expect(await sessions.count()).toBe(before - 1);
     expect(await first.locator('.link.live').count()).toBe(1);
-    expect(await page.locator('.amounts dd').last().innerText()).toMatch(new RegExp(`^\\s*${before - 1} of`));
+    await page.locator('.amounts dd:last-of-type', {hasText: new RegExp(`^\\s*${before - 1} of`)}).waitFor();
     await page.getByRole('link', {name: 'Everybody'}).click();
     await row(page, 'Session ended').filter({hasText: 'olga'}).first().waitFor();
   });
@@ -347,17 +347,17 @@ describe('the storage', () => {
 });
 
 describe('each view with its content', () => {
-  const views = [['#/people', '.audit tbody tr[aria-rowindex]'], ['#/people/3', '.sessions li'],
-    ['#/storage', 'tbody tr[aria-rowindex]'], ['#/reports', 'tbody tr[aria-rowindex]'], ['#/bin', 'tbody tr[aria-rowindex]'], ['#/account', '.sessions li']] as const;
+  const views = [['people', '.audit tbody tr[aria-rowindex]'], ['people/3', '.sessions li'],
+    ['storage', 'tbody tr[aria-rowindex]'], ['reports', 'tbody tr[aria-rowindex]'], ['bin', 'tbody tr[aria-rowindex]'], ['account', '.sessions li']] as const;
 
-  it.each(views)('%s has no barrier and fits on a phone', async (hash, content) => {
+  it.each(views)('%s has no barrier and fits on a phone', async (view, content) => {
     const path = world.newFile('view.zip', new Uint8Array(1));
     await world.command('put', path, 'From Console');
     const [id] = await world.command<number[]>('put', path, 'Curves');
     await world.command('remove', id);
     for (const colorScheme of ['light', 'dark'] as const) {
       const page = await world.logIn('office', {viewport: {width: 360, height: 740}, colorScheme});
-      await page.goto(`${world.origin}/${hash}`);
+      await world.show(page, view);
       await page.locator(content).first().waitFor();
       expect(await violations(page)).toEqual([]);
       expect(await page.evaluate(() => document.documentElement.scrollWidth)).toBeLessThanOrEqual(360);

@@ -24,7 +24,10 @@ describe('the mark of a further inbox', () => {
   it('stays while the review of the same inbox is open, and ends with another inbox or when the files are sent', async () => {
     const page = await world.logIn('office');
     const mark = page.getByLabel(long);
-    const open = (kind: string) => page.locator('.inboxes details[open]').getByRole('link', {name: kind}).click();
+    const open = async (kind: string) => {
+      await page.locator('.inboxes details[open]').getByRole('link', {name: kind}).click();
+      await page.locator('h2').getByText(`olga · ${kind}`).waitFor();
+    };
     await open('Curves');
     await mark.check();
     await choose(page, noTaskData('first.zip'));

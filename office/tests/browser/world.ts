@@ -87,6 +87,12 @@ export class World {
     return page;
   }
 
+  /** Shows a view. The page draws it after the address has changed. */
+  async show(page: Page, view: string): Promise<void> {
+    await page.goto(`${this.origin}/#/${view}`);
+    await page.locator(`header a[href="#/${view.split('/')[0]}"][aria-current]`).waitFor();
+  }
+
   /** Keeps a picture of the page if KELVO_PICTURES names a folder. */
   async picture(page: Page, name: string): Promise<void> {
     const folder = process.env['KELVO_PICTURES'];
