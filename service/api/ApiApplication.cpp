@@ -79,8 +79,8 @@ Async<http::Response> ApiApplication::route(http::Request& request)
         logWarning("commit-in-doubt", error.what());
         throw Problem(EProblem::Busy, "The service does not know whether the change is stored.",
                       {{"Retry-After", "5"}});
-    } catch (const store::NotUnique&) {
-        throw Problem(EProblem::Conflict, "The name or the key is used already.");
+    } catch (const store::NotUnique& error) {
+        throw Problem(EProblem::Conflict, error.what());
     } catch (const store::UnstorableText&) {
         throw Problem(EProblem::MalformedRequest,
                       "A text has the character NUL, is not UTF-8 or is too long.");

@@ -9,6 +9,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace soci {
 class session;
@@ -99,6 +100,12 @@ public:
      */
     [[noreturn]] void rethrow(const std::exception& error) const;
 };
+
+/**
+ * For a database's message about a unique constraint: throws NotUnique if callers choose the
+ * values. Returns if they do not: then the service is at fault.
+ */
+void throwIfNotUnique(std::string_view message);
 
 /**
  * A program sets application_name to it for a transaction in which a statement may take longer than

@@ -27,11 +27,11 @@ public:
     {}
 };
 
-/** A row with the same name or key exists. Nothing was changed. */
+/** A caller's name or key exists already. Nothing was changed. what() names it, for the caller. */
 class NotUnique : public std::runtime_error
 {
 public:
-    NotUnique() : std::runtime_error("a row with the same name or key exists") {}
+    explicit NotUnique(const std::string& what) : std::runtime_error(what) {}
 };
 
 /** A farm has used up its ids. */

@@ -118,7 +118,7 @@ public:
         }
         const std::string text = error.what();
         if (text.find("UNIQUE constraint failed") != std::string::npos) {
-            throw NotUnique();
+            throwIfNotUnique(text);
         }
         if (text.find("database or disk is full") != std::string::npos) {
             throw StorageFull();

@@ -127,7 +127,8 @@ void throwFor(const std::string& state, const std::string& what)
         case EMeaning::Full:
             throw StorageFull();
         case EMeaning::NotUnique:
-            throw NotUnique();
+            throwIfNotUnique(what);
+            return;
         case EMeaning::Unstorable:
             throw UnstorableText();
         }

@@ -57,7 +57,7 @@ TEST_P(DeferredStatements, TellTheFirstOfSeveralFailures)
         things();
         ADD_FAILURE() << "no failure";
     } catch (const std::exception& error) {
-        EXPECT_THROW(dialect->translate(error), store::NotUnique);
+        EXPECT_NE(std::string(error.what()).find("things_pkey"), std::string::npos);
     }
 }
 
