@@ -7,6 +7,7 @@
 #include "host/ConfigManager.h"
 #include "hostimpl/HostSetup.h"
 #include "hostimpl/TConfigStore.h"
+#include "support/TTestCase.h"
 
 #include <QtCore/QLibrary>
 #include <QtCore/QTemporaryDir>
@@ -16,24 +17,20 @@
 
 class TKelvoInterface;
 
-class TSessionFixture
+class TSessionFixture : public kelvo::test::TTestCase
 {
-protected:
-    QTemporaryDir m_folder;
-    QString m_errorText;
-    std::unique_ptr<console::TWindowSession> m_session;
-    kesdkimpl::LinkStatus m_status;
-    console::TConsoleSettings m_settings; // the command line
+    Q_OBJECT
 
-    // Once in each process. False with an error text.
-    bool SetUp()
+protected Q_SLOTS:
+    void initTestCase()
     {
         qputenv("HOME", QFile::encodeName(m_folder.path())); // the data folder's path is below it
-        return hostimpl::SetUpHost(m_folder.path(), m_errorText);
+        QString errorText;
+        QVERIFY2(hostimpl::SetUpHost(m_folder.path(), errorText), qUtf8Printable(errorText));
     }
 
     // The settings and the plug-in of a new console.
-    bool Reset()
+    void init()
     {
         Log().clear();
         m_status = {};
@@ -42,10 +39,22 @@ protected:
         qunsetenv("SCREENS_PLUGIN_FORGETS");
         console::TStoredSettings defaults;
         defaults.dataFolder = m_folder.path();
-        return console::WriteStoredSettings(hostimpl::TConfigStore::Process(), defaults)
-            .Text()
-            .isEmpty();
+        const auto stored =
+            console::WriteStoredSettings(hostimpl::TConfigStore::Process(), defaults);
+        QVERIFY2(stored.Text().isEmpty(), qUtf8Printable(stored.Text()));
     }
+
+    void cleanup()
+    {
+        m_session.reset();
+        TTestCase::cleanup();
+    }
+
+protected:
+    QTemporaryDir m_folder;
+    std::unique_ptr<console::TWindowSession> m_session;
+    kesdkimpl::LinkStatus m_status;
+    console::TConsoleSettings m_settings; // the command line
 
     static console::TStoredSettings Stored()
     {

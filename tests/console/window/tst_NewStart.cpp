@@ -8,7 +8,6 @@
 #include "host/TMessageDialog.h"
 #include "host/TPropertyWidget.h"
 #include "host/TPushButton.h"
-#include "support/TTestCase.h"
 #include "support/WidgetTestMain.h"
 
 #include <QtCore/QFile>
@@ -16,21 +15,11 @@
 
 using console::TWindowSession;
 
-class TNewStartTest : public kelvo::test::TTestCase, protected TSessionFixture
+class TNewStartTest : public TSessionFixture
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase() { QVERIFY2(SetUp(), qUtf8Printable(m_errorText)); }
-
-    void init() { QVERIFY(Reset()); }
-
-    void cleanup()
-    {
-        m_session.reset();
-        TTestCase::cleanup();
-    }
-
     void endsForANewStart()
     {
         Begin(ScreensPlugin_PATH);

@@ -11,7 +11,6 @@
 #include "host/TPushButton.h"
 #include "hostimpl/Folders.h"
 #include "hostimpl/Theme.h"
-#include "support/TTestCase.h"
 #include "support/WidgetTestMain.h"
 
 #include <QtCore/QDir>
@@ -28,21 +27,11 @@ using console::TWindowSession;
 
 Q_DECLARE_METATYPE(kesdkimpl::ESession)
 
-class TSessionSettingsTest : public kelvo::test::TTestCase, protected TSessionFixture
+class TSessionSettingsTest : public TSessionFixture
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase() { QVERIFY2(SetUp(), qUtf8Printable(m_errorText)); }
-
-    void init() { QVERIFY(Reset()); }
-
-    void cleanup()
-    {
-        m_session.reset();
-        TTestCase::cleanup();
-    }
-
     void storesChangedSettings()
     {
         Begin(ScreensPlugin_PATH);

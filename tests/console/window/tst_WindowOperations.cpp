@@ -6,7 +6,6 @@
 #include "host/TMessageDialog.h"
 #include "host/TProgressDialog.h"
 #include "hostimpl/Unpacking.h"
-#include "support/TTestCase.h"
 #include "support/WidgetTestMain.h"
 
 #include <QtCore/QSemaphore>
@@ -49,7 +48,7 @@ struct TOperationDialog : TMessageDialog
 
 Q_DECLARE_METATYPE(TOperation)
 
-class TWindowOperationsTest : public kelvo::test::TTestCase, protected TSessionFixture
+class TWindowOperationsTest : public TSessionFixture
 {
     Q_OBJECT
 
@@ -102,16 +101,6 @@ private:
     }
 
 private Q_SLOTS:
-    void initTestCase() { QVERIFY2(SetUp(), qUtf8Printable(m_errorText)); }
-
-    void init() { QVERIFY(Reset()); }
-
-    void cleanup()
-    {
-        m_session.reset();
-        TTestCase::cleanup();
-    }
-
     // After the last transfer of an operation, the files are unpacked for a while.
     void showsNoEndedTransferWhileFilesAreUnpacked()
     {

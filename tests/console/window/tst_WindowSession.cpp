@@ -9,7 +9,6 @@
 #include "core/TKelvoInterface.h"
 #include "host/TMessageDialog.h"
 #include "host/TPushButton.h"
-#include "support/TTestCase.h"
 #include "support/WidgetTestMain.h"
 
 #include <QtGui/QScreen>
@@ -17,7 +16,7 @@
 
 using console::TWindowSession;
 
-class TWindowSessionTest : public kelvo::test::TTestCase, protected TSessionFixture
+class TWindowSessionTest : public TSessionFixture
 {
     Q_OBJECT
 
@@ -34,16 +33,6 @@ private:
     }
 
 private Q_SLOTS:
-    void initTestCase() { QVERIFY2(SetUp(), qUtf8Printable(m_errorText)); }
-
-    void init() { QVERIFY(Reset()); }
-
-    void cleanup()
-    {
-        m_session.reset();
-        TTestCase::cleanup();
-    }
-
     void showsWhyAPluginCannotRun_data()
     {
         QTest::addColumn<QString>("path");

@@ -27,7 +27,7 @@ TEST_F(CurlLink, ReportsADropBeforeTheAnswer)
 // A network with a login page answers so on the service's port.
 TEST_F(CurlLink, ReportsAPageInsteadOfTls)
 {
-    const TlsPeer peer("HTTP/1.1 302 Found\r\nLocation: http://login.test/\r\n\r\n");
+    const TlsPeer peer(kPortalAnswer);
     CurlTransport transport(peer.Url(), Trust());
     const Failure failure = transport.Perform(request, {}).failure;
     EXPECT_EQ(failure.code, EErrorCode::eCaptivePortal) << failure.detail;
@@ -157,18 +157,10 @@ TEST_F(CurlLink, AConnectionEndsWhenTheConsoleLosesItsAddress)
 // drops, or the login page of a network answers.
 TEST_F(CurlLink, ReportsAKeptConnectionThatDiedAsDroppedWhenTheNextHandshakeFails)
 {
-    const std::string page = "HTTP/1.1 302 Found\r\nLocation: http://login.test/\r\n\r\n";
-    const std::pair<std::string, EErrorCode> cases[] = {{"", EErrorCode::eDropped},
-                                                        {page, EErrorCode::eCaptivePortal}};
+    const std::pair<std::string, EErrorCode> cases[] = {
+        {"", EErrorCode::eDropped}, {kPortalAnswer, EErrorCode::eCaptivePortal}};
     for (const auto& [answer, later] : cases) {
-        TlsPeer* self = nullptr;
-        TlsPeer peer(GoodIdentity(), [&self, &text = answer](TlsPeer::Session& session) {
-            session.ReadHead();
-            session.Write(kHello);
-            session.ReadHead();
-            self->StopTls(text);
-        });
-        self = &peer;
+        const PeerThatStopsTls peer(GoodIdentity(), answer);
         CurlTransport transport(peer.Url(), Trust());
         EXPECT_EQ(transport.Perform(request, {}).response.status, 200);
         Zeros zeros(100); // libcurl notices the end when it sends these

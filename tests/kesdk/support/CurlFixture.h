@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <utility>
 
 namespace kesdk::impl {
 
@@ -48,6 +49,28 @@ private:
     const std::int64_t m_sizeBytes;
     std::int64_t m_givenBytes = 0;
 };
+
+// Answers the first request. The next request ends its connection, and later connections get
+// `plainAnswer` without TLS.
+class PeerThatStopsTls
+{
+public:
+    PeerThatStopsTls(test::Identity identity, const std::string& plainAnswer)
+        : m_peer(std::move(identity), [this, plainAnswer](TlsPeer::Session& session) {
+              session.ReadHead();
+              session.Write(kHello);
+              session.ReadHead();
+              m_peer.StopTls(plainAnswer);
+          })
+    {}
+    std::string Url() const { return m_peer.Url(); }
+
+private:
+    TlsPeer m_peer;
+};
+
+inline const char* const kPortalAnswer =
+    "HTTP/1.1 302 Found\r\nLocation: http://login.test/\r\n\r\n";
 
 class CurlTransportTest : public testing::Test
 {

@@ -20,18 +20,10 @@ using UploadsOverTls = CurlTransportTest;
 // login page of a network answers.
 TEST_F(UploadsOverTls, GivesTwoFilesTheSameTimeAndTextWhenTheKeptConnectionDies)
 {
-    const std::string page = "HTTP/1.1 302 Found\r\nLocation: http://login.test/\r\n\r\n";
-    const std::pair<std::string, EErrorCode> cases[] = {{"", EErrorCode::eNoProgress},
-                                                        {page, EErrorCode::eCaptivePortal}};
+    const std::pair<std::string, EErrorCode> cases[] = {
+        {"", EErrorCode::eNoProgress}, {kPortalAnswer, EErrorCode::eCaptivePortal}};
     for (const auto& [answer, expected] : cases) {
-        TlsPeer* self = nullptr;
-        TlsPeer peer(GoodIdentity(), [&self, &text = answer](TlsPeer::Session& session) {
-            session.ReadHead();
-            session.Write(kHello);
-            session.ReadHead();
-            self->StopTls(text);
-        });
-        self = &peer;
+        const PeerThatStopsTls peer(GoodIdentity(), answer);
         CurlTransport transport(peer.Url(), Trust());
         const auto time = std::make_shared<test::FakeTime>();
         test::FakeTiming timing{time, 1.0};
