@@ -6,7 +6,7 @@ const mostNotes = 100;
 const mostChannels = 1000;
 /** The points of all boundaries and guidance lines. A line costs more than its points, and a layer more than its lines. */
 const mostCost = 100_000;
-const costOfLine = 4;
+export const costOfLine = 4;
 const costOfLayer = 30;
 
 /** Leaves out the layers and notes beyond the limits, and tells it. */

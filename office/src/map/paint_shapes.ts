@@ -1,10 +1,11 @@
 // Paints the shapes of a layer as one image for each channel. The page draws the image faster than the shapes.
 import {colourOf} from './channels';
+import {costOfLine} from './limits';
 import type {Channel, Extent, Layer, Shapes} from './model';
 import {toPlane} from './plane';
 
-/** The page draws a channel with more points as an image. Lines are drawn faster. */
-const mostPoints = {polygons: 20_000, points: 20_000, lines: 60_000};
+/** The page draws a channel that costs more as an image. A point costs 1. */
+const mostCost = {polygons: 20_000, points: 20_000, lines: 60_000};
 /** Of one image, and of all images of a file. */
 const longestSide = 4096;
 const mostPixels = longestSide ** 2;
@@ -12,7 +13,9 @@ const mostPixels = longestSide ** 2;
 const lineWidth = 12 / longestSide;
 
 export const isHeavy = ({shapes}: Pick<Channel, 'shapes'>): boolean =>
-  shapes.reduce((sum, {kind, flat}) => sum + flat.length / 2 / mostPoints[kind], 0) > 1;
+  shapes.reduce((sum, each) => sum + costOf(each) / mostCost[each.kind], 0) > 1;
+
+const costOf = ({kind, flat, partEnds}: Shapes): number => flat.length / 2 + (kind === 'lines' ? costOfLine * partEnds.length : 0);
 
 /** The longest side of each image, if the file has so many. */
 export const sideOf = (imageCount: number): number => Math.floor(Math.sqrt(mostPixels / imageCount));

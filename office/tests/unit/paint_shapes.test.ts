@@ -1,9 +1,10 @@
 // Many points as images: what is painted at each point.
 import {beforeEach, describe, expect, it, vi} from 'vitest';
 import {channelOfPoints, colourOf} from '../../src/map/channels';
-import {extentOf, shapesByClass, type Parts, type Point} from '../../src/map/geometry';
+import {extentOf, shapesByClass, shapesOf, type Parts, type Point} from '../../src/map/geometry';
 import type {Layer} from '../../src/map/model';
 import {paint} from '../../src/map/paint';
+import {isHeavy} from '../../src/map/paint_shapes';
 import {toPlane} from '../../src/map/plane';
 
 /** A canvas that knows the class of each pixel. */
@@ -70,6 +71,13 @@ function layerOf(points: readonly Point[], columnCount: number): Layer {
 
 /** The points of the field that do not have the colour of their class. */
 const wrongPoints = (canvas: Canvas): number => field.filter((point, index) => canvas.classAt(point) !== valueOf(index)).length;
+
+it('a track whose value changes at each record becomes an image, a track with one value stays a line', () => {
+  const points = [...Array(30_000).keys()].map((index): Point => [5 + index * 1e-5, 51]);
+  const steps = points.slice(1).map((point, index): Parts => [[points[index]!, point]]);
+  expect(isHeavy({shapes: [shapesOf('lines', [[points]])]})).toBe(false);
+  expect(isHeavy({shapes: [shapesOf('lines', steps)]})).toBe(true);
+});
 
 describe('the image of many points', () => {
   beforeEach(() => {
