@@ -166,21 +166,28 @@ leg_mutants() {
     /usr/bin/python3 -B tests/mutants/run
 }
 
-# The office's page, in Node.js, and in Chromium and Firefox against the service and the console as they are shipped.
-leg_office() {
+# page_tested COMMAND...: builds the office's page, and runs its tests with the service and the console as they are shipped
+page_tested() {
     configure check
     build check kelvo-service kelvoctl kelvo-console kelvo
     mkdir -p build/office
     build_office
     local failed=''
-    (cd office && NO_COLOR=1 npm test --silent && NO_COLOR=1 npm run --silent test-browser) |
-        tee build/office/vitest.log || failed=$(grep -a -c '^ FAIL ' build/office/vitest.log)
+    (cd office && NO_COLOR=1 "$@") | tee build/office/vitest.log || failed=$(grep -a -c '^ FAIL ' build/office/vitest.log)
     if [[ -n $failed ]]; then
         echo "$failed tests of the page failed:$(grep -a -m 3 '^ FAIL ' build/office/vitest.log | tr '\n' ';')"
         return 1
     fi
     awk '/^ *Tests .* passed/ {for (word = 1; word < NF; ++word) if ($(word + 1) == "passed") count += $word}
         END {print count " tests of the page passed"}' build/office/vitest.log
+}
+
+leg_office() {
+    page_tested bash -c "npm test --silent && npm run --silent test-browser -- --exclude '**/{memory,speed}.test.ts'"
+}
+
+leg_office-load() {
+    page_tested npm run --silent test-browser -- memory speed
 }
 
 # The tests fail if the object store or PostgreSQL is not installed.

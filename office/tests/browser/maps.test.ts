@@ -5,7 +5,7 @@ import {describe, expect, it} from 'vitest';
 import {colourOf} from '../../src/map/channels';
 import {archive, field, grid, logBytes, logSet, prescription, roundField, shapefile, task, taskData, withClaimedSize, zones,
   type LogPoint} from '../unit/archives';
-import {violations} from './barriers';
+import {expectNoBarrier} from './barriers';
 import {useWorld, world} from './world';
 
 useWorld();
@@ -113,17 +113,14 @@ describe('the map of a grid', () => {
   it('has no barrier, by day, by night and on a phone', async () => {
     const path = world.newFile('barriers.zip', prescription());
     await world.command('put', path, 'To Console');
-    for (const colorScheme of ['light', 'dark'] as const) {
-      const page = await world.logIn('office', {viewport: {width: 360, height: 740}, colorScheme});
-      await page.getByRole('link', {name: 'Map barriers.zip'}).first().click();
-      await page.locator('.map-page .map canvas').waitFor();
-      expect(await violations(page)).toEqual([]);
-      expect(await page.evaluate(() => document.documentElement.scrollWidth)).toBeLessThanOrEqual(360);
-      await page.getByRole('link', {name: 'Back to the inbox'}).click();
-      await choose(page, path);
-      await page.locator('.review .map canvas').waitFor();
-      expect(await violations(page)).toEqual([]);
-    }
+    const page = await world.logIn('office', {viewport: {width: 360, height: 740}});
+    await page.getByRole('link', {name: 'Map barriers.zip'}).first().click();
+    await page.locator('.map-page .map canvas').waitFor();
+    await expectNoBarrier(page);
+    await page.getByRole('link', {name: 'Back to the inbox'}).click();
+    await choose(page, path);
+    await page.locator('.review .map canvas').waitFor();
+    await expectNoBarrier(page);
   });
 });
 

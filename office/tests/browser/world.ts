@@ -151,8 +151,10 @@ export function useWorld({keepsPages = false} = {}): void {
   });
 }
 
-export async function slowUpload(page: Page, bytesPerSecond: number): Promise<void> {
+/** Returns the function that ends the limit. */
+export async function slowUpload(page: Page, bytesPerSecond: number): Promise<() => Promise<void>> {
   const session = await page.context().newCDPSession(page);
   await session.send('Network.emulateNetworkConditions',
     {offline: false, latency: 20, downloadThroughput: -1, uploadThroughput: bytesPerSecond});
+  return () => session.detach();
 }
