@@ -48,6 +48,7 @@ store::AuditPart wantedPart(const Request& request, const store::User& user, con
         part.farm = user.farmId();
     }
     part.actor = queryNumber(request, "user", store::largestId);
+    part.person = queryNumber(request, "person", store::largestId);
     part.action = request.queryValue("action");
     part.fromMs = queryTime(request, "from");
     part.beforeMs = queryTime(request, "to");

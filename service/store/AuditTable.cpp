@@ -106,6 +106,10 @@ void auditOf(soci::session& sql, const AuditPart& part,
                row.objectKind, row.objectName, row.actor, row.farm, row.object);
     query.filter(part.farm, "farm_id = :farm");
     query.filter(part.actor, "actor_id = :actor");
+    if (part.person) {
+        query.where("(actor_id = :self OR (object_kind = 'user' AND object_id = :object))",
+                    *part.person, *part.person);
+    }
     query.filter(part.action, "action = :action");
     query.filter(part.fromMs, "at_ms >= :from");
     query.filter(part.beforeMs, "at_ms < :before");

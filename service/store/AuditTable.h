@@ -47,6 +47,7 @@ struct AuditPart
 {
     std::optional<Id> farm = {};
     std::optional<Id> actor = {};
+    std::optional<Id> person = {}; // as the actor, or as the object of what others did
     std::optional<std::string> action = {};
     std::optional<long long> fromMs = {};
     std::optional<long long> beforeMs = {};

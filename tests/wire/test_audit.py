@@ -97,7 +97,7 @@ class Audit(AuditTest):
             self.assertLessEqual(len(page.json()["entries"]), 2)
             path = page.headers["Link"] and page.headers["Link"].split(">")[0][1:]
         self.assertEqual(paged, whole)
-        for query in ("limit=0", "limit=1001", "limit=x", "after=x", "from=x", "user=x"):
+        for query in ("limit=0", "limit=1001", "limit=x", "after=x", "from=x", "user=x", "person=x"):
             admin.get("/audit?" + query, 400)
 
     def test_entries_are_filtered_by_user_and_time(self):
@@ -105,6 +105,10 @@ class Audit(AuditTest):
         piet = self.user("piet").snapshot()["user"]["id"]
         entries = self.trail(admin, f"&user={piet}")
         self.assertEqual({entry["actor"]["id"] for entry in entries}, {piet})
+        admin.request("PATCH", f"/users/{piet}", 200, json={"disabled": False})
+        of_person = self.trail(admin, f"&person={piet}")
+        self.assertEqual((of_person[0]["action"], of_person[0]["object"]["id"]), ("user-enable", piet))
+        self.assertEqual(of_person[1], entries[0])
         newest = entries[0]["at"]
         self.assertNotIn(entries[0], self.trail(admin, f"&to={newest}"))
         self.assertIn(entries[0], self.trail(admin, f"&from={newest}"))

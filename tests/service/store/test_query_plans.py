@@ -173,6 +173,7 @@ def play_office(anna, olga, files):
     sold = anna.get(f"/consoles?user={users['piet']}").json()["consoles"][0]["id"]
     anna.delete(f"/consoles/{sold}")
     anna.get("/audit")
+    anna.get(f"/audit?person={users['olga']}")
     anna.delete("/sessions/" + session_of(anna)[-1]["id"])
 
 

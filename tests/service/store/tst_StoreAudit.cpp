@@ -85,6 +85,21 @@ TEST_P(StoreAudit, ReturnsTheNewestEntriesOfAPart)
     EXPECT_THAT(actions({.farm = 1, .actor = 1, .belowId = 2}), ElementsAre("a"));
 }
 
+TEST_P(StoreAudit, OfAPersonHasWhatThePersonDidAndWhatOthersDidToThePerson)
+{
+    const auto about = [](const std::string& action, const std::string& kind, store::Id farm) {
+        AuditEntry entry = entryOf(action, 2, farm, 100);
+        entry.objectKind = kind;
+        entry.object = 7;
+        return entry;
+    };
+    add({entryOf("own", 7, 1, 100), entryOf("other", 2, 1, 100), about("password-set", "user", 1),
+         about("file-delete", "file", 1), about("of another farm", "user", 3)});
+    EXPECT_THAT(actions({.person = 7}), ElementsAre("of another farm", "password-set", "own"));
+    EXPECT_THAT(actions({.farm = 1, .person = 7, .belowId = 3}), ElementsAre("own"));
+    EXPECT_THAT(actions({.actor = 2, .person = 7}), ElementsAre("of another farm", "password-set"));
+}
+
 TEST_P(StoreAudit, RemovesOldEntries)
 {
     add({entryOf("a", 1, 1, 100), entryOf("b", 2, 1, 200)});
