@@ -198,19 +198,19 @@ Async<store::Session> Accounts::authenticate(http::Request& request)
     request.session = hash;
     request.farm = session->user.farmId();
     request.user = session->user.id;
-    const long long now = clock_.nowMs();
-    if (std::abs(now - session->lastSeenMs) >= lastSeenStepMs &&
-        clock_.steadyMs() >= lastSeenPausedUntilMs_) {
-        co_await updateLastSeen(*session, now);
-    }
+    co_await noteContact(*session);
     co_return std::move(*session);
 }
 
-/** Only the list of sessions needs this time, so a request does not fail without it. */
-Async<void> Accounts::updateLastSeen(const store::Session& session, long long nowMs)
+Async<void> Accounts::noteContact(const store::Session& session)
 {
-    auto set = [&session, nowMs](store::Transaction& transaction) {
-        store::setLastSeen(transaction, session.tokenHash, nowMs);
+    const long long now = clock_.nowMs();
+    if (std::abs(now - session.lastSeenMs) < lastSeenStepMs ||
+        clock_.steadyMs() < lastSeenPausedUntilMs_) {
+        co_return;
+    }
+    auto set = [&session, now](store::Transaction& transaction) {
+        store::setLastSeen(transaction, session.tokenHash, now);
     };
     try {
         co_await database_.write(store::Scope::farm(session.user.farmId()), set);

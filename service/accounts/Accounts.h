@@ -55,6 +55,12 @@ public:
     /** Finds the session of the request's token. Throws like sessionToken(). */
     Async<store::Session> authenticate(http::Request& request);
 
+    /**
+     * Stores the time of the session's last contact, at most once in a quarter of an hour. Only
+     * lists need this time, so nothing fails without it.
+     */
+    Async<void> noteContact(const store::Session& session);
+
     /** As LoginThrottle::admit(). Holds for this instance of the service. */
     void admit(const std::string& user) { throttle_.admit(user); }
 
@@ -71,7 +77,6 @@ private:
     void refuseIfThrottled(const Attempt& attempt);
     Async<void> record(const Attempt& attempt, const char* outcome);
     Async<store::Credentials> check(Attempt attempt, std::string password);
-    Async<void> updateLastSeen(const store::Session& session, long long nowMs);
 
     std::atomic<std::int64_t> lastSeenPausedUntilMs_{0}; // by the clock that never jumps
     store::Database& database_;

@@ -61,7 +61,8 @@ Json describe(const store::Console& console)
             {"hardware_address", console.hardwareAddress},
             {"operator", {{"id", console.operatorId}, {"name", console.operatorName}}},
             {"environment", std::move(environment)},
-            {"position", console.position ? describe(*console.position) : Json()}};
+            {"position", console.position ? describe(*console.position) : Json()},
+            {"last_contact_at", rfc3339(console.lastContactMs)}};
 }
 
 Json describe(const store::TrackPoint& point)

@@ -58,7 +58,8 @@ Async<Response> openStream(Context& context, Request& request)
     const auto subscription = context.broker.subscribe(request.body.executor(), session);
     const store::Id cursor = co_await startingPoint(context, session, wanted);
     const auto stream = std::make_shared<events::EventStream>(
-        subscription, cursor, context.database, context.clock, context.settings.stream);
+        subscription, cursor, context.database, context.clock, context.settings.stream,
+        [&context](const store::Session& known) { return context.accounts.noteContact(known); });
     Response response;
     response.headers = {{"Content-Type", "text/event-stream"},
                         {"Cache-Control", "no-store"},

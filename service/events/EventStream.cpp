@@ -25,7 +25,7 @@ struct Page
 
 struct Beat
 {
-    bool known; // the session
+    std::optional<store::Session> session;
     store::Id newest;
 };
 
@@ -55,12 +55,14 @@ struct EventStream::Watch
 };
 
 EventStream::EventStream(std::shared_ptr<Subscription> subscription, store::Id cursor,
-                         store::Database& database, const Clock& clock, StreamSettings settings)
+                         store::Database& database, const Clock& clock, StreamSettings settings,
+                         OnHeartbeat onHeartbeat)
     : subscription_(std::move(subscription)),
       cursor_(cursor),
       database_(database),
       clock_(clock),
       settings_(settings),
+      onHeartbeat_(std::move(onHeartbeat)),
       lastSent_(Steady::now())
 {}
 
@@ -172,17 +174,21 @@ Async<bool> EventStream::sendHeartbeat(http::Transport& transport)
     // Another process may have ended the session. An event may have come later than its notice.
     auto query = [this](soci::session& sql) {
         const store::Session& session = subscription_->session();
-        return Beat{store::findSession(sql, session.tokenHash, clock_.expiryNow()).has_value(),
+        return Beat{store::findSession(sql, session.tokenHash, clock_.expiryNow()),
                     store::eventBounds(sql, session.user.farmId()).newest};
     };
-    const auto [known, newest] = co_await database_.read(query);
-    if (!known) {
+    const auto [session, newest] = co_await database_.read(query);
+    if (!session) {
         const bool expired = clock_.expiryNow().hasReached(subscription_->session().expiresMs);
         subscription_->end(expired ? "expired" : "revoked");
         co_return true;
     }
     behind_ = newest > cursor_;
-    co_return co_await send(transport, ":\n\n");
+    const bool open = co_await send(transport, ":\n\n");
+    if (open) {
+        co_await onHeartbeat_(*session);
+    }
+    co_return open;
 }
 
 Async<bool> EventStream::send(http::Transport& transport, const std::string& text)

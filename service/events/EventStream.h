@@ -8,6 +8,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -30,8 +31,12 @@ struct StreamSettings
 class EventStream
 {
 public:
+    /** Called after each heartbeat, with the session as the store has it. */
+    using OnHeartbeat = std::function<Async<void>(const store::Session&)>;
+
     EventStream(std::shared_ptr<Subscription> subscription, store::Id cursor,
-                store::Database& database, const Clock& clock, StreamSettings settings);
+                store::Database& database, const Clock& clock, StreamSettings settings,
+                OnHeartbeat onHeartbeat);
 
     Async<void> run(http::Transport& transport);
 
@@ -52,6 +57,7 @@ private:
     store::Database& database_;
     const Clock& clock_;
     StreamSettings settings_;
+    OnHeartbeat onHeartbeat_;
     std::chrono::steady_clock::time_point lastSent_;
     bool behind_ = true; // the log may hold more events than the queue
 };

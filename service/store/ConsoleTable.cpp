@@ -7,6 +7,7 @@
 
 #include <soci/soci.h>
 
+#include <algorithm>
 #include <limits>
 
 namespace kelvo::store {
@@ -92,16 +93,22 @@ void consolesOf(soci::session& sql, Id farm, const ConsolePart& part,
     std::string identity;
     Position position;
     Id number = 0;
+    long long seenMs = 0;
+    long long deviceMs = 0;
     PartQuery query(sql);
     query.into(console.id, identity, console.operatorId, console.operatorName, console.environment,
                console.environmentMs, number, position.timeS, position.latitudeDeg,
-               position.longitudeDeg, position.receivedMs);
+               position.longitudeDeg, position.receivedMs, seenMs, deviceMs);
     query.where("c.farm_id = :farm", farm);
     query.filter(part.operatorId, "c.user_id = :user");
     query.filter(part.afterId, "c.id > :after");
     query.execute("SELECT c.id, c.identity, c.user_id, u.name, c.environment,"
                   " c.environment_ms, COALESCE(t.number, 0), COALESCE(t.time_s, 0),"
-                  " COALESCE(t.latitude, 0), COALESCE(t.longitude, 0), COALESCE(t.received_ms, 0)"
+                  " COALESCE(t.latitude, 0), COALESCE(t.longitude, 0), COALESCE(t.received_ms, 0),"
+                  " (SELECT COALESCE(MAX(s.last_seen_ms), 0) FROM sessions s"
+                  " WHERE s.console_id = c.id),"
+                  " (SELECT COALESCE(MAX(d.received_ms), 0) FROM console_devices d"
+                  " WHERE d.console_id = c.id)"
                   " FROM consoles c JOIN users u ON u.id = c.user_id"
                   " LEFT JOIN track t ON t.console_id = c.id AND t.number = c.last_number",
                   "c.id", 0);
@@ -109,6 +116,8 @@ void consolesOf(soci::session& sql, Id farm, const ConsolePart& part,
         const bool isNamed = identity.starts_with(addressPrefix);
         console.hardwareAddress = isNamed ? identity.substr(addressPrefix.size()) : "";
         console.position = number > 0 ? std::optional(position) : std::nullopt;
+        console.lastContactMs =
+            std::max({console.environmentMs, position.receivedMs, seenMs, deviceMs});
         goesOn = visit(console);
     }
 }

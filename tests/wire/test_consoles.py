@@ -50,6 +50,7 @@ class Consoles(ConsoleTest):
         self.assertEqual([(report["state"], report["device"]["hardware_address"]) for report in console["devices"]],
                          [(1, ""), (0, "00:11")])
         self.assertEqual((console["position"]["latitude"], console["position"]["longitude"]), (52.1234567, 5.25))
+        self.assertEqual(console["last_contact_at"], console["position"]["received_at"])
 
     def test_the_last_of_two_sessions_sets_the_consoles_environment(self):
         piet = self.user("piet")

@@ -2,7 +2,7 @@
 import {useComputed, useSignal} from '@preact/signals';
 import {useEffect} from 'preact/hooks';
 import type {TrackPoint} from '../api/client';
-import {consoleName, consoles, labelOf, lastReportMs, measuredMs, type ConsoleState} from '../model/farm';
+import {consoleName, consoles, labelOf, lastContactMs, measuredMs, type ConsoleState} from '../model/farm';
 import {reconnections, renewConsoles} from '../model/session';
 import type {Marker} from '../map/fleet';
 import type {Point} from '../map/geometry';
@@ -33,7 +33,7 @@ export function Fleet({consoleId}: {consoleId: number | undefined}) {
   const all = [...known.values()];
   if (all.length === 0) return <p class="empty">{t('fleet.none')}</p>;
   const found = all.filter((console) => matches(search.value, consoleName(console), console.operator.name)
-    && (!isSilentOnly.value || now.value - lastReportMs(console) > silentMs));
+    && (!isSilentOnly.value || now.value - lastContactMs(console) > silentMs));
   const chosen = consoleId === undefined ? undefined : known.get(consoleId);
   return (
     <div class="fleet">
@@ -85,7 +85,7 @@ function Line({console, isChosen}: {console: ConsoleState; isChosen: boolean}) {
     <li>
       <a href={`#/fleet/${console.id}`} aria-current={isChosen ? 'true' : undefined}>
         <b><bdi>{consoleName(console)}</bdi></b> {operator.name}
-        <span class="detail">{t('fleet.reportAgo', {ago: agoText(lastReportMs(console))})}</span>
+        <span class="detail">{t('fleet.contactAgo', {ago: agoText(lastContactMs(console))})}</span>
         <span class="detail">
           {position ? t('fleet.positionAgo', {ago: agoText(measuredMs(position))}) : t('fleet.noPosition')}
           {movement && ` · ${Math.round(movement.speedKmh)} km/h`}

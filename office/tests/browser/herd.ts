@@ -43,7 +43,7 @@ export async function openHerd(page: Page): Promise<void> {
   await replace(page, '/consoles', (document) => {
     document.consoles = [...Array(herdSize).keys()].map((index) => ({
       id: 1000 + index, console_string: `Console ${index}`, hardware_address: '', operator: {id: 3, name: 'olga'}, environment: null,
-      devices: [], position: {...place(index), time_s: Math.floor(Date.now() / 1000) - 60, received_at: new Date().toISOString()},
+      devices: [], last_contact_at: new Date().toISOString(), position: {...place(index), time_s: Math.floor(Date.now() / 1000) - 60, received_at: new Date().toISOString()},
     }));
   });
   await page.reload();

@@ -1,7 +1,7 @@
 // The farm as a snapshot and the events after it.
 import {beforeEach, describe, expect, it} from 'vitest';
 import type {Account, Console, File} from '../../src/api/client';
-import {consoles, files, filesByInbox, fileSet, forgetAll, inboxes, labelOf, lastReportMs, measuredMs, notFetched, takeConsoles, takeEvent, takeSnapshot} from '../../src/model/farm';
+import {consoles, files, filesByInbox, fileSet, forgetAll, inboxes, labelOf, lastContactMs, measuredMs, notFetched, takeConsoles, takeEvent, takeSnapshot} from '../../src/model/farm';
 
 const file = (id: number, container = 10): File => ({
   id, container, kind: 'file', name: `field ${id}.zip`, size: 5, sha256: 'a'.repeat(64), created_at: '2026-05-01T06:12:30Z',
@@ -75,15 +75,16 @@ describe('the farm', () => {
 
   it('moves a known console and asks for the list of an unknown one', () => {
     const known: Console = {id: 3, console_string: 'Console 12', hardware_address: '', operator: {id: 7, name: 'olga'},
-      environment: null, devices: [], position: null};
+      environment: null, devices: [], position: null, last_contact_at: '1970-01-01T00:06:00Z'};
     takeConsoles([known]);
     const move = {console: 3, user: {id: 9, name: 'piet'}, time_s: 100, latitude: 51.5, longitude: 5.5,
       received_at: '1970-01-01T00:05:00.000Z'};
     expect(takeEvent(event('console-moved', move))).toBe(true);
     const moved = consoles.value.get(3)!;
     expect(moved).toMatchObject({operator: {name: 'piet'}, position: {time_s: 100, received_at: move.received_at}});
-    expect(lastReportMs(moved)).toBe(300_000);
-    expect(lastReportMs(known)).toBe(0);
+    expect(lastContactMs(moved)).toBe(360_000);
+    takeEvent(event('console-moved', {...move, received_at: '1970-01-01T00:07:00.000Z'}));
+    expect(lastContactMs(consoles.value.get(3)!)).toBe(420_000);
     expect(takeEvent(event('console-moved', {...move, console: 4}))).toBe(false);
   });
 
@@ -96,7 +97,7 @@ describe('the farm', () => {
   it('knows the movement after a new list of consoles, and no older place', () => {
     const place = (time_s: number, latitude: number) => ({time_s, latitude, longitude: 5, received_at: new Date(time_s * 1000).toISOString()});
     const at = (position: Console['position']): Console => ({id: 3, console_string: '', hardware_address: '', operator: {id: 7, name: 'olga'},
-      environment: null, devices: [], position});
+      environment: null, devices: [], position, last_contact_at: '1970-01-01T00:00:00Z'});
     const shown = () => consoles.value.get(3)!;
     takeConsoles([at(place(100, 51))]);
     takeConsoles([at(place(160, 51.001))]);
@@ -116,7 +117,8 @@ describe('the farm', () => {
 
   it('adds the operator to a name that two consoles have', () => {
     const all = [[3, 'Console 12', 'olga'], [4, 'Console 12', 'piet'], [5, 'Console 13', 'piet']].map(([id, name, operator]) =>
-      ({id, console_string: name, hardware_address: '', operator: {id: 7, name: operator}, environment: null, devices: [], position: null}) as Console);
+      ({id, console_string: name, hardware_address: '', operator: {id: 7, name: operator}, environment: null, devices: [], position: null,
+        last_contact_at: ''}) as Console);
     expect(all.map((each) => labelOf(each, all))).toEqual(['\u2068Console 12\u2069 · olga', '\u2068Console 12\u2069 · piet', 'Console 13']);
   });
 

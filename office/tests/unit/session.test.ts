@@ -45,7 +45,7 @@ const {hearStorage} = vi.hoisted(() => {
 const account: Account = {user: {id: 8, name: 'office', role: 'office', disabled: false, farm: {id: 1, name: 'Hill Farm'}}, cursor: '5',
   projects: []};
 const newConsole = (id: number): Console => ({id, console_string: '', hardware_address: '', operator: {id: 7, name: 'olga'},
-  environment: null, devices: [], position: null});
+  environment: null, devices: [], position: null, last_contact_at: '1970-01-01T00:00:00Z'});
 const listOf = (...ids: number[]) => new Response(JSON.stringify({consoles: ids.map(newConsole)}));
 
 type Answer = Response | Promise<never>;

@@ -24,7 +24,7 @@ let stop: () => void = () => undefined;
 function receive(receivedMs: number): void {
   const position = {time_s: 100, latitude: 51, longitude: 5, received_at: new Date(receivedMs).toISOString()};
   takeConsoles([{id: 3, console_string: '', hardware_address: '', operator: {id: 7, name: 'olga'}, environment: null, devices: [],
-    position} satisfies Console]);
+    position, last_contact_at: '1970-01-01T00:00:00Z'} satisfies Console]);
 }
 
 describe('the track of a day', () => {

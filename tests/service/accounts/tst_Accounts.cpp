@@ -91,6 +91,25 @@ protected:
         database, interrupting, {EPasswordCost::Minimal, 5, std::chrono::hours(1)}};
 };
 
+TEST_F(Login, ItsSessionsLastContactIsStoredOnceInAQuarterOfAnHour)
+{
+    const auto session = [this] {
+        return database.readNow([this](soci::session& sql) {
+            return store::findSession(sql, "hash", clock.expiryNow()).value();
+        });
+    };
+    const long long loginMs = clock.nowMs();
+    database.writeNow([&](store::Transaction& t) {
+        store::addSession(t, "hash", user.id, loginMs, loginMs + 3'600'000);
+    });
+    clock.Advance(std::chrono::minutes(14));
+    loop.run(accounts.noteContact(session()));
+    EXPECT_EQ(session().lastSeenMs, loginMs);
+    clock.Advance(std::chrono::minutes(1));
+    loop.run(accounts.noteContact(session()));
+    EXPECT_EQ(session().lastSeenMs, clock.nowMs());
+}
+
 TEST_F(Login, MakesASession)
 {
     EXPECT_EQ(logIn("old password"), std::nullopt);

@@ -59,9 +59,18 @@ protected:
         loop.start(serve(cursor));
     }
 
+    EventStream newStream(store::Id cursor)
+    {
+        const auto note = [this](const store::Session& known) -> Async<void> {
+            beats.push_back(known.tokenHash);
+            co_return;
+        };
+        return {subscription, cursor, database, clock, {}, note};
+    }
+
     Async<void> serve(store::Id cursor)
     {
-        EventStream stream(subscription, cursor, database, clock, {});
+        EventStream stream = newStream(cursor);
         co_await stream.run(*pair.server);
         ended = true;
     }
@@ -91,6 +100,7 @@ protected:
     test::TcpPair pair{loop.io()};
     store::Session session;
     std::shared_ptr<Subscription> subscription;
+    std::vector<std::string> beats; // the sessions of the heartbeats
     bool started = false;
     bool ended = false;
 };
@@ -163,6 +173,16 @@ TEST_F(Streaming, LooksForMissedEventsAtEachHeartbeat)
     addEvents(2);
     subscription->doubt();
     EXPECT_EQ(readUntil("id: 2\nevent: thing\ndata: {}\n\n"), ":\n\n" + eventsText(1, 2));
+}
+
+TEST_F(Streaming, TellsItsSessionAfterEachHeartbeat)
+{
+    stream(0);
+    readUntil("\n\n");
+    EXPECT_THAT(beats, testing::IsEmpty());
+    subscription->doubt(); // as a heartbeat
+    loop.runUntil([this] { return !beats.empty(); });
+    EXPECT_THAT(beats, testing::ElementsAre(session.tokenHash));
 }
 
 TEST_F(Streaming, EndsAtOnceIfTheEndOfItsSessionWasReportedAsFailed)
@@ -265,7 +285,7 @@ TEST_F(Streaming, LeavesNoReaderOnTheTransportIfTheLogCannotBeRead)
     long readers = 0;
     const auto serveAndFail = [this, &readers]() -> Async<void> {
         try {
-            EventStream stream(subscription, 0, database, clock, {});
+            EventStream stream = newStream(0);
             co_await stream.run(*pair.server);
         } catch (const std::exception&) {
             readers = subscription.use_count() - 1; // without the test's own reference

@@ -100,6 +100,24 @@ TEST_P(StoreConsoles, TheUserIdentifiesAConsoleWithoutAnAddress)
     EXPECT_EQ(consoles()[0].hardwareAddress, "");
 }
 
+TEST_P(StoreConsoles, TheLastContactIsOfAReportOrOfASession)
+{
+    const store::Session session = logIn(olga, "a");
+    const store::Id console = report(session, "00:1b");
+    const auto lastContact = [this] { return consoles()[0].lastContactMs; };
+    EXPECT_EQ(lastContact(), now);
+    write([&](Transaction& t) { store::setLastSeen(t, session.tokenHash, now + 50); });
+    EXPECT_EQ(lastContact(), now + 50);
+    addPositions(console, 60);
+    EXPECT_EQ(lastContact(), now + 60);
+    write([&](Transaction& t) { store::setDevice(t, console, "00:11", "{}", now + 70); });
+    EXPECT_EQ(lastContact(), now + 70);
+    write([&](Transaction& t) { store::setLastSeen(t, session.tokenHash, now + 80); });
+    EXPECT_EQ(lastContact(), now + 80);
+    write([&](Transaction& t) { store::removeSession(t, session.tokenHash); });
+    EXPECT_EQ(lastContact(), now + 70);
+}
+
 TEST_P(StoreConsoles, RefuseAReportAfterTheSessionsEnd)
 {
     const store::Session session = logIn(olga, "a");
