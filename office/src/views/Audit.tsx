@@ -17,7 +17,7 @@ export function Audit({userId, people}: {userId: number | undefined; people: unk
   const entries = useSignal<readonly AuditEntry[] | undefined>(undefined);
   const next = useSignal<string | undefined>(undefined);
   const search = useSignal('');
-  const newest = useNewest(() => readPage(`${apiPath}/audit?limit=${pageSize}${userId === undefined ? '' : `&user=${userId}`}`),
+  const newest = useNewest(() => readPage(`${apiPath}/audit?limit=${pageSize}${userId === undefined ? '' : `&person=${userId}`}`),
     [people, reconnections.value]);
   useEffect(() => {
     if (!newest) return;

@@ -1,14 +1,15 @@
 // One console: its reports, its equipment, and the track of a day with replay.
 import {type Signal, useSignal} from '@preact/signals';
 import {useEffect} from 'preact/hooks';
-import type {TrackPoint} from '../api/client';
+import {client, documentOf, ignoreMissing, type TrackPoint} from '../api/client';
 import {consoleName, measuredMs, type ConsoleState} from '../model/farm';
 import {movementBetween, type Movement} from '../model/movement';
 import {dayOf} from '../model/day';
 import {followTrack} from '../model/track';
 import {dateText, numberText, t, timeText} from '../texts';
+import {Ask} from './Ask';
 import {agoText, now} from './clock';
-import {tellError} from './Toast';
+import {tell, tellError} from './Toast';
 
 /** A position that needed longer from the console to the service came late. */
 const lateMs = 2 * 60 * 1000;
@@ -27,6 +28,7 @@ export function ConsoleDetail({console, track, replay}: Props) {
       <Facts console={console} />
       <Equipment console={console} />
       <Track id={console.id} track={track} replay={replay} />
+      <Remove console={console} />
     </div>
   );
 }
@@ -107,6 +109,31 @@ function Track({id, track, replay}: {id: number} & Omit<Props, 'console'>) {
       {track.value.length > 1 ? <Replay points={track.value} day={day} replay={replay} />
         : <p role="status">{t(isLoading.value ? 'page.loading' : 'fleet.noTrack')}</p>}
     </>
+  );
+}
+
+/** For a console that is no longer in use. The service refuses while a session reports for it. */
+function Remove({console}: {console: ConsoleState}) {
+  const isAsked = useSignal(false);
+  const {id} = console;
+  const name = consoleName(console);
+  const onDo = async () => {
+    await documentOf(client.DELETE('/consoles/{id}', {params: {path: {id}}})).catch(ignoreMissing);
+    location.hash = '#/fleet';
+    tell(t('fleet.removed', {name}));
+  };
+  return (
+    <p>
+      <button onClick={() => {
+        isAsked.value = true;
+      }}>{t('fleet.remove')}</button>
+      {isAsked.value && (
+        <Ask question={{title: t('fleet.remove'), text: t('fleet.remove.text', {name}), fields: [], doText: t('fleet.remove'), onDo}}
+          onEnd={() => {
+            isAsked.value = false;
+          }} />
+      )}
+    </p>
   );
 }
 

@@ -4,7 +4,7 @@ import {unzipSync} from 'fflate';
 import type {Page, Route} from 'playwright-core';
 import {describe, expect, it} from 'vitest';
 import {archive, field, taskData} from '../unit/archives';
-import {violations} from './barriers';
+import {expectNoBarrier, violations} from './barriers';
 import {useWorld, world} from './world';
 
 useWorld();
@@ -122,7 +122,9 @@ describe('the people', () => {
     await button(page, 'Disable').click();
     await button(page, 'Enable').click();
     await button(page, 'Disable').waitFor();
-    await page.getByRole('heading', {name: 'What this person did'}).waitFor();
+    await row(page, 'User enabled').filter({hasText: 'olga'}).waitFor();
+    await row(page, 'Login').filter({hasText: 'olga'}).first().waitFor();
+    await page.getByRole('heading', {name: /^What this person did/}).waitFor();
     await world.picture(page, 'person');
   });
 
@@ -350,17 +352,16 @@ describe('each view with its content', () => {
   const views = [['people', '.audit tbody tr[aria-rowindex]'], ['people/3', '.sessions li'],
     ['storage', 'tbody tr[aria-rowindex]'], ['reports', 'tbody tr[aria-rowindex]'], ['bin', 'tbody tr[aria-rowindex]'], ['account', '.sessions li']] as const;
 
-  it.each(views)('%s has no barrier and fits on a phone', async (view, content) => {
+  it('has no barrier and fits on a phone', async () => {
     const path = world.newFile('view.zip', new Uint8Array(1));
     await world.command('put', path, 'From Console');
     const [id] = await world.command<number[]>('put', path, 'Curves');
     await world.command('remove', id);
-    for (const colorScheme of ['light', 'dark'] as const) {
-      const page = await world.logIn('office', {viewport: {width: 360, height: 740}, colorScheme});
+    const page = await world.logIn('office', {viewport: {width: 360, height: 740}});
+    for (const [view, content] of views) {
       await world.show(page, view);
       await page.locator(content).first().waitFor();
-      expect(await violations(page)).toEqual([]);
-      expect(await page.evaluate(() => document.documentElement.scrollWidth)).toBeLessThanOrEqual(360);
+      await expectNoBarrier(page);
     }
   });
 

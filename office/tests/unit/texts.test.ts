@@ -40,6 +40,7 @@ describe('the texts', () => {
     const refusal = (kind: string, detail: string) => refusalText({type: `urn:kelvo:problem:${kind}`, detail} as Problem);
     expect(refusal('forbidden', 'The current password is wrong.')).toBe(en['problem.The current password is wrong.']);
     expect(refusal('not-found', 'No user has this id.')).toBe('This no longer exists.');
+    expect(refusal('internal', 'Something else.')).toBe(en['problem.internal']);
     expect(refusal('conflict', 'Something else.')).toBe('Something else.');
     expect(refusalText(undefined)).toBe('The service does not answer. Try again later.');
   });
