@@ -15,7 +15,8 @@ void addVerify(CLI::App& app, CommandLine& result)
     const auto options = std::make_shared<VerifyOptions>();
     verify->footer(
         "Writes nothing; the service may run meanwhile. Prints a line for each finding.\n"
-        "Exit code 0: nothing is damaged; 1: something is damaged; 2: the check was not possible.");
+        "Exit code 0: nothing is damaged; 1: something is damaged; 2: the check was not possible;\n"
+        "3: the findings could not be printed.");
     verify->add_option("--data", options->dataFolder,
                        "The service's data folder; not needed with --database");
     addReadOption(*verify, *options, "--database", readServer<VerifyOptions>,
@@ -113,7 +114,7 @@ void addReady(CLI::App& app, CommandLine& result)
     CLI::App* ready =
         app.add_subcommand("ready", "Ask the running service of this machine for /readyz");
     ready->footer("Prints the answer, which names a part that does not work.\n"
-                  "Exit code 0: ready; 1: not ready; 2: the service does not answer.");
+                  "Exit code 0: ready; 1: not ready; 2: the service does not answer; 3: failed.");
     const auto options = optionsOf(*ready, result.ready);
     ready->add_option("--data", options->dataFolder, "The service's data folder")->required();
 }

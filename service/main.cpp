@@ -3,6 +3,7 @@
 #include "service/DataFolder.h"
 #include "service/Service.h"
 #include "service/base/Log.h"
+#include "service/base/Output.h"
 #include "service/maintenance/MaintenanceCommands.h"
 
 #include <csignal>
@@ -34,43 +35,55 @@ void prepareProcess()
     }
 }
 
+int runCommand(const kelvo::CommandLine& commandLine)
+{
+    if (commandLine.verify) {
+        return kelvo::maintenance::runVerify(*commandLine.verify);
+    }
+    if (commandLine.backup) {
+        return kelvo::maintenance::runBackup(*commandLine.backup);
+    }
+    if (commandLine.restore) {
+        return kelvo::maintenance::runRestore(*commandLine.restore);
+    }
+    if (commandLine.migrate) {
+        return kelvo::maintenance::runMigrate(*commandLine.migrate);
+    }
+    if (commandLine.confirmClock) {
+        return kelvo::maintenance::runClockConfirm(*commandLine.confirmClock);
+    }
+    if (commandLine.ready) {
+        return kelvo::maintenance::runReady(*commandLine.ready);
+    }
+    if (commandLine.tls) {
+        return kelvo::maintenance::runTls(*commandLine.tls);
+    }
+    if (!commandLine.serve) {
+        return commandLine.exitCode;
+    }
+    kelvo::startLog(commandLine.serve->logLevel);
+    kelvo::runService(*commandLine.serve);
+    return 0;
+}
+
 } // namespace
 
 int main(int argc, char** argv)
 {
+    prepareProcess();
     try {
-        const kelvo::CommandLine commandLine = kelvo::parseCommandLine(argc, argv);
-        prepareProcess();
-        if (commandLine.verify) {
-            return kelvo::maintenance::runVerify(*commandLine.verify);
-        }
-        if (commandLine.backup) {
-            return kelvo::maintenance::runBackup(*commandLine.backup);
-        }
-        if (commandLine.restore) {
-            return kelvo::maintenance::runRestore(*commandLine.restore);
-        }
-        if (commandLine.migrate) {
-            return kelvo::maintenance::runMigrate(*commandLine.migrate);
-        }
-        if (commandLine.confirmClock) {
-            return kelvo::maintenance::runClockConfirm(*commandLine.confirmClock);
-        }
-        if (commandLine.ready) {
-            return kelvo::maintenance::runReady(*commandLine.ready);
-        }
-        if (commandLine.tls) {
-            return kelvo::maintenance::runTls(*commandLine.tls);
-        }
-        if (!commandLine.serve) {
-            return commandLine.exitCode;
-        }
-        kelvo::startLog(commandLine.serve->logLevel);
-        kelvo::runService(*commandLine.serve);
-        return 0;
+        kelvo::Output output;
+        const int code = runCommand(kelvo::parseCommandLine(argc, argv));
+        output.finish();
+        return code;
     } catch (const kelvo::StartRefused& refusal) {
         std::fprintf(stderr, "kelvo-service: %s\n", refusal.what());
         return refused;
+    } catch (const kelvo::OutputFailed& failure) {
+        if (!failure.isClosedPipe()) {
+            std::fprintf(stderr, "kelvo-service: %s\n", failure.what());
+        }
+        return failed;
     } catch (const std::exception& error) {
         std::fprintf(stderr, "kelvo-service: %s\n", error.what());
         return failed;

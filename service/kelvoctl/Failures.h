@@ -9,8 +9,9 @@ namespace kelvoctl {
 enum class ExitCode : int {
     Ok = 0,
     Refused = 1,     // the service refused, or has no such object
-    Usage = 2,       // wrong arguments, or an unusable local file
+    Usage = 2,       // wrong arguments, such as a local file that does not exist
     Unreachable = 3, // the service cannot be reached, or its answer cannot be verified
+    Local = 4,       // a failure on this machine, such as a full disk
 };
 
 // Base of all failures; what() is the message for the user.
@@ -42,6 +43,12 @@ class UsageError : public Failure
 {
 public:
     explicit UsageError(const std::string& text) : Failure(ExitCode::Usage, text) {}
+};
+
+class LocalFailure : public Failure
+{
+public:
+    explicit LocalFailure(const std::string& text) : Failure(ExitCode::Local, text) {}
 };
 
 class Unreachable : public Failure

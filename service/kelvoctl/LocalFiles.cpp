@@ -2,6 +2,8 @@
 
 #include "service/kelvoctl/Failures.h"
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstdlib>
 #include <string>
@@ -13,6 +15,14 @@
 namespace kelvoctl {
 namespace {
 
+// Whether another path can help. Any other error is this machine's: a full or damaged disk.
+bool isOfPath(const std::error_code& error)
+{
+    constexpr std::array ofPath = {ENOENT, ENOTDIR, EISDIR, EACCES,  EPERM,
+                                   ELOOP,  EROFS,   ENXIO,  ETXTBSY, ENAMETOOLONG};
+    return std::find(ofPath.begin(), ofPath.end(), error.value()) != ofPath.end();
+}
+
 // Runs `work` and adds the file's path to the system's error text.
 template <class Work>
 auto named(const char* what, const std::filesystem::path& path, Work work)
@@ -20,7 +30,12 @@ auto named(const char* what, const std::filesystem::path& path, Work work)
     try {
         return work();
     } catch (const std::system_error& error) {
-        throw UsageError(std::string(what) + " " + path.string() + ": " + error.code().message());
+        const std::string text =
+            std::string(what) + " " + path.string() + ": " + error.code().message();
+        if (isOfPath(error.code())) {
+            throw UsageError(text);
+        }
+        throw LocalFailure(text);
     }
 }
 

@@ -12,7 +12,7 @@
 
 namespace kelvoctl {
 
-// All functions throw UsageError.
+// All functions throw UsageError if another path can help, otherwise LocalFailure.
 
 kelvo::FileDescriptor openLocalFile(const std::filesystem::path& path, int flags, mode_t mode = 0);
 

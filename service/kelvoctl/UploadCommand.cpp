@@ -187,7 +187,7 @@ private:
             m_client.call("DELETE", "/resources/" + ids.substr(0, comma));
             ids.erase(0, comma + 1);
         }
-        throw Unreachable(m_path + " changed while it was sent; the copy was removed.", false);
+        throw LocalFailure(m_path + " changed while it was sent; the copy was removed.");
     }
 
     json result(const Response& response) const

@@ -69,7 +69,7 @@ std::size_t UploadSource::read(char* buffer, std::size_t capacity)
         got = ::pread(m_file.get(), buffer, wanted, static_cast<off_t>(m_position));
     } while (got < 0 && errno == EINTR);
     if (got <= 0) {
-        throw UsageError(m_path.string() + " cannot be read to its end; it may have changed.");
+        throw LocalFailure(m_path.string() + " cannot be read to its end; it may have changed.");
     }
     m_sha256.add(buffer, static_cast<std::size_t>(got));
     m_position += static_cast<std::uint64_t>(got);

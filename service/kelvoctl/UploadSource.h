@@ -11,7 +11,7 @@ namespace kelvoctl {
 
 // Sends the file from an offset to the length that it had when it was opened. The digest covers
 // every byte from the start: after a jump the part before the offset is read again. Errors:
-// UsageError if the file cannot be read or was shortened.
+// LocalFailure if the file cannot be read or was shortened.
 class UploadSource : public ContentSource
 {
 public:

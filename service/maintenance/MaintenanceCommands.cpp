@@ -17,6 +17,7 @@
 #include "service/maintenance/Verify.h"
 
 #include <cstdio>
+#include <iostream>
 #include <system_error>
 
 namespace kelvo::maintenance {
@@ -28,7 +29,7 @@ constexpr int damaged = 1;
 void printAll(const char* kind, const std::vector<std::string>& lines)
 {
     for (const std::string& line : lines) {
-        std::printf("%s: %s\n", kind, line.c_str());
+        std::cout << kind << ": " << line << "\n";
     }
 }
 
@@ -86,13 +87,11 @@ int report(const char* done, const CopyReport& report)
 {
     printAll("damaged", report.damages);
     if (!report.bucket.empty()) {
-        std::printf("not copied: the contents in %s. The bucket must keep the objects that this"
-                    " database names.\n",
-                    report.bucket.c_str());
+        std::cout << "not copied: the contents in " << report.bucket
+                  << ". The bucket must keep the objects that this database names.\n";
     }
-    std::printf("%s %llu contents, %llu bytes; %zu damaged\n", done,
-                static_cast<unsigned long long>(report.contents),
-                static_cast<unsigned long long>(report.bytes), report.damages.size());
+    std::cout << done << " " << report.contents << " contents, " << report.bytes << " bytes; "
+              << report.damages.size() << " damaged\n";
     return report.damages.empty() ? 0 : damaged;
 }
 
@@ -103,18 +102,15 @@ int runVerify(const VerifyOptions& options)
     const VerifyReport report = verifyOrRefuse(options);
     printAll("damaged", report.damages);
     if (!report.isClean() && !report.damagedBucket.empty()) {
-        std::printf("repair: put each named object back into the bucket %s under its key, from a"
-                    " version or a copy of it, or upload the file again\n",
-                    report.damagedBucket.c_str());
+        std::cout << "repair: put each named object back into the bucket " << report.damagedBucket
+                  << " under its key, from a version or a copy of it, or upload the file again\n";
     }
     printAll("leftover", report.leftovers);
     if (report.serviceRuns) {
-        std::printf("not judged: leftovers of crashes, because the service runs\n");
+        std::cout << "not judged: leftovers of crashes, because the service runs\n";
     }
-    std::printf("verified %llu contents, %llu bytes; %zu damaged, %zu leftovers\n",
-                static_cast<unsigned long long>(report.contents),
-                static_cast<unsigned long long>(report.bytes), report.damages.size(),
-                report.leftovers.size());
+    std::cout << "verified " << report.contents << " contents, " << report.bytes << " bytes; "
+              << report.damages.size() << " damaged, " << report.leftovers.size() << " leftovers\n";
     return report.isClean() ? 0 : damaged;
 }
 
@@ -130,7 +126,7 @@ int runRestore(const RestoreOptions& options)
 {
     if (options.database.isOnServer()) {
         const long long farms = leaveGapOnServer(options.database.url);
-        std::printf("restored the numbers of %lld farms\n", farms);
+        std::cout << "restored the numbers of " << farms << " farms\n";
         return 0;
     }
     requireOwnDatabase(options.dataFolder);
@@ -150,18 +146,15 @@ int runMigrate(const MigrateOptions& options)
                                       ? "the folder"
                                       : "the bucket " + report.damagedBucket +
                                             ": give another bucket and an empty database";
-        std::printf("not moved: %zu damaged in %s\n", report.damages.size(), place.c_str());
+        std::cout << "not moved: " << report.damages.size() << " damaged in " << place << "\n";
         return damaged;
     }
     if (report.hadMoved) {
-        std::printf("the service had moved already\n");
+        std::cout << "the service had moved already\n";
         return 0;
     }
-    std::printf("moved %llu contents, %llu bytes, %llu rows of %llu tables\n",
-                static_cast<unsigned long long>(report.contents),
-                static_cast<unsigned long long>(report.bytes),
-                static_cast<unsigned long long>(report.rows),
-                static_cast<unsigned long long>(report.tables));
+    std::cout << "moved " << report.contents << " contents, " << report.bytes << " bytes, "
+              << report.rows << " rows of " << report.tables << " tables\n";
     return 0;
 }
 
@@ -174,7 +167,7 @@ int runClockConfirm(const ClockConfirmOptions& options)
     const auto file = options.dataFolder / confirmationName;
     replaceFile(file, std::to_string(now), 0600);
     Owner(options.dataFolder).applyTo(file);
-    std::printf("confirmed: it is %s\n", rfc3339(now).c_str());
+    std::cout << "confirmed: it is " << rfc3339(now) << "\n";
     return 0;
 }
 

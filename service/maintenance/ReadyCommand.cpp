@@ -6,7 +6,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include <cstdio>
+#include <iostream>
 #include <sstream>
 
 namespace kelvo::maintenance {
@@ -51,7 +51,7 @@ int runReady(const ReadyOptions& options)
     if (head == std::string::npos || space > head) {
         throw StartRefused("the service does not answer");
     }
-    std::printf("%s\n", answer.substr(head + 4).c_str());
+    std::cout << answer.substr(head + 4) << "\n";
     return answer.compare(space + 1, 3, "200") == 0 ? 0 : notReady;
 }
 

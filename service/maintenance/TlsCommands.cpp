@@ -8,7 +8,7 @@
 #include "service/maintenance/Owner.h"
 #include "service/tls/Authority.h"
 
-#include <cstdio>
+#include <iostream>
 
 namespace kelvo::maintenance {
 
@@ -31,12 +31,10 @@ bool show(const char* kind, const fs::path& file, std::int64_t nowS)
                                                               : "ends soon";
         std::string names;
         for (const std::string& name : tls::namesOf(*certificate)) {
-            names += " " + name;
+            names += (names.empty() ? ", for " : " ") + name;
         }
-        std::printf("%s: %s, from %s to %s%s%s\n", kind, state,
-                    rfc3339(validity.notBeforeS * 1000).c_str(),
-                    rfc3339(validity.notAfterS * 1000).c_str(), names.empty() ? "" : ", for",
-                    names.c_str());
+        std::cout << kind << ": " << state << ", from " << rfc3339(validity.notBeforeS * 1000)
+                  << " to " << rfc3339(validity.notAfterS * 1000) << names << "\n";
         isGood = isGood && validity.includes(nowS) && validity.includes(nowS + soonS);
     }
     return isGood;

@@ -4,6 +4,7 @@ import hashlib
 import json
 import os
 import sqlite3
+import stat
 import subprocess
 import tempfile
 import threading
@@ -15,7 +16,7 @@ from kelvowire.proxy import CuttingProxy
 from kelvowire.service import GUARD_SECONDS, Service
 
 TOOL = os.environ["KELVOCTL"]
-OK, REFUSED, USAGE, UNREACHABLE = range(4)
+OK, REFUSED, USAGE, UNREACHABLE, LOCAL = range(5)
 CONTENT = os.urandom(1_500_000)
 
 
@@ -45,6 +46,11 @@ class Tool:
     def json(self, *arguments):
         """Returns the one line of JSON that a command prints."""
         return json.loads(self.run("--json", *arguments)[0])
+
+    def into(self, output, *arguments):
+        """Runs with this stdout."""
+        return subprocess.run([TOOL, *arguments], stdout=output, stderr=subprocess.PIPE, text=True, timeout=GUARD_SECONDS,
+                              check=False, cwd=self.home, env=self.environment(), stdin=subprocess.DEVNULL)
 
     def start(self, *arguments):
         return subprocess.Popen([TOOL, *arguments], stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True, cwd=self.home,
@@ -212,7 +218,7 @@ class Commands(KelvoctlTest):
         self.assertRegex(admin.run("farm", "quota", "Hill Farm")[0], r"Hill Farm:.* of 9 files")
         again = admin.json("farm", "quota", "Hill Farm", "--files", "default", "--user-sessions", "default")
         self.assertGreater(again["quota"]["farm"]["files"], 9)
-        self.assertRegex(admin.run("farm", "quota", "Hill Farm", "--users", "40")[0], r"Hill Farm:.* of 40 users\n")
+        self.assertRegex(admin.run("farm", "quota", "Hill Farm", "--users", "40")[0], r"Hill Farm:.* of 40 users  at most \d+ positions a minute\n")
         admin.run("farm", "quota", "Hill Farm", "--users", "default")
         admin.run("farm", "quota", "Hill Farm", "--files", "-1", code=USAGE)
         admin.run("farm", "quota", "No Farm", code=REFUSED)
@@ -231,6 +237,18 @@ class Commands(KelvoctlTest):
             anna.run("bin", "purge", *wrong, code=USAGE)
         admin.run("bin", "purge", "--all", "--farm", farm)
         self.assertEqual(anna.json("bin", "list"), [])
+
+    def test_the_office_reads_the_usage_and_the_limits_of_its_farm(self):
+        anna, admin = self.tool("anna"), self.tool("admin")
+        self.assertEqual(anna.run("quota"), admin.run("farm", "quota", "Hill Farm"))
+        self.assertEqual(anna.json("quota"), admin.json("farm", "quota", "Hill Farm"))
+        admin.run("farm", "quota", "Hill Farm", "--positions", "77", "--user-positions", "7")
+        lines = anna.run("quota")[0].splitlines()
+        self.assertTrue(lines[0].endswith("  at most 77 positions a minute"), lines)
+        self.assertTrue(lines[1].endswith("  at most 7 positions a minute"), lines)
+        admin.run("farm", "quota", "Hill Farm", "--positions", "default", "--user-positions", "default")
+        self.assertIn("farm quota NAME", admin.run("quota", code=USAGE)[1])
+        self.tool("olga").run("quota", code=REFUSED)
 
     def test_put_sends_several_files_to_several_inboxes_under_a_chosen_name(self):
         olga, anna = self.user("olga"), self.tool("anna")
@@ -318,6 +336,73 @@ class Commands(KelvoctlTest):
         tool.run("get", "0", code=USAGE)
         tool.run("get", number, "-o", "none/there.zip", code=USAGE)
 
+    def test_get_replaces_the_file_behind_a_symlink_and_not_the_link(self):
+        olga, tool = self.user("olga"), self.tool("olga")
+        number = str(olga.put("linked.zip", [make_inbox(olga)], b"new")[0]["id"])
+        os.mkdir(os.path.join(tool.home, "archive"))
+        tool.write("archive/there.zip", b"old")
+        for target in ("archive/there.zip", "archive/missing.zip"):
+            links = [os.path.join(tool.home, name) for name in ("one", "two")]
+            os.symlink(target, links[0])
+            os.symlink(links[0], links[1])
+            tool.run("get", number, "-o", "two")
+            self.assertEqual([os.path.islink(link) for link in links], [True, True])
+            self.assertEqual(tool.read(target), b"new")
+            for link in links:
+                os.remove(link)
+        self.assertEqual(sorted(os.listdir(os.path.join(tool.home, "archive"))), ["missing.zip", "there.zip"])
+
+    def test_get_writes_through_a_pipe_or_a_device(self):
+        olga, tool = self.user("olga"), self.tool("olga")
+        number = str(olga.put("piped.txt", [make_inbox(olga)], b"one\ntwo\n")[0]["id"])
+        pipe, link, stdout = (os.path.join(tool.home, name) for name in ("pipe", "link", "stdout"))
+        os.mkfifo(pipe)
+        os.symlink(pipe, link)
+        with open(os.open(pipe, os.O_RDONLY | os.O_NONBLOCK), "rb") as reader:
+            self.assertEqual(tool.run("get", number, "-o", "link")[0], "")
+            self.assertEqual(reader.read(), b"one\ntwo\n")
+        self.assertEqual((os.path.islink(link), stat.S_ISFIFO(os.stat(pipe).st_mode)), (True, True))
+        os.symlink("/proc/self/fd/1", stdout)
+        self.assertEqual(tool.run("get", number, "-o", "stdout")[0], "one\ntwo\n")
+        self.assertEqual([name for name in os.listdir(tool.home) if name.endswith(".part")], [])
+
+    def test_a_command_fails_if_its_output_cannot_be_written(self):
+        olga, anna, admin = self.tool("olga"), self.tool("anna"), self.tool("admin")
+        make_inbox(self.user("olga"))
+        for tool, arguments in ((olga, ["--help"]), (olga, ["ls"]), (olga, ["user", "export", "olga"]), (olga, ["session", "list"]),
+                                (anna, ["user", "list"]), (anna, ["--json", "user", "list"]), (anna, ["audit"]), (anna, ["quota"]),
+                                (admin, ["farm", "list"]), (admin, ["farm", "usage"])):
+            with self.subTest(arguments=arguments), open("/dev/full", "wb") as full:
+                run = tool.into(full, *arguments)
+                self.assertEqual((run.returncode, run.stderr),
+                                 (LOCAL, "kelvoctl: could not write the output: No space left on device\n"))
+
+    def test_a_command_ends_without_a_message_if_its_reader_has_ended(self):
+        olga = self.tool("olga")
+        for arguments in (["session", "list"], ["--help"]):
+            reader, writer = os.pipe()
+            os.close(reader)
+            with open(writer, "wb") as closed:
+                run = olga.into(closed, *arguments)
+            self.assertEqual((run.returncode, run.stderr), (LOCAL, ""))
+
+    def test_watch_ends_at_the_first_event_that_it_cannot_write(self):
+        olga = self.user("olga")
+        cursor = olga.get("/account").json()["cursor"]
+        olga.put("unseen.zip", [make_inbox(olga)], b"w")
+        with open("/dev/full", "wb") as full:
+            self.assertEqual(self.tool("olga").into(full, "watch", "--from", cursor).returncode, LOCAL)
+
+    def test_a_full_local_disk_is_no_wrong_usage(self):
+        olga, tool = self.user("olga"), self.tool("olga")
+        number = str(olga.put("large.zip", [make_inbox(olga)], CONTENT)[0]["id"])
+        run = subprocess.run(["bash", "-c", 'ulimit -f 100; trap "" XFSZ; exec "$0" get "$1" -o new.zip', TOOL, number],
+                             capture_output=True, text=True, timeout=GUARD_SECONDS, check=False, cwd=tool.home,
+                             env=tool.environment())
+        self.assertEqual(run.returncode, LOCAL, run.stderr)
+        self.assertIn("Cannot write new.zip.part: File too large", run.stderr)
+        self.assertEqual([name for name in os.listdir(tool.home) if name.startswith("new.zip")], [])
+
     def test_the_session_file_is_private_and_removed_at_logout(self):
         tool = self.tool("olga")
         self.assertEqual(os.stat(tool.session).st_mode & 0o777, 0o600)
@@ -351,7 +436,7 @@ class Commands(KelvoctlTest):
         out = tool.run("--help")[0]
         self.assertRegex(out, r"--ca FILE\s")
         for command in ("login", "farm", "user", "ls", "put", "get", "rm", "bin", "consoles", "track", "watch", "audit", "passwd",
-                        "session", "mv"):
+                        "session", "mv", "quota"):
             self.assertIn(command, out)
             self.assertIn("Usage", tool.run(command, "--help")[0])
         for arguments in ([], ["nonsense"], ["put"], ["user"], ["rm"], ["rm", "x"], ["bin"], ["--nonsense"], ["watch", "--count", "x"]):

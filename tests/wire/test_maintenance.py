@@ -297,6 +297,31 @@ class Verifying(MaintenanceTest):
         self.succeed("verify", "--data", self.service.folder)
 
 
+class Printing(MaintenanceTest):
+    def commands(self):
+        data = ["--data", self.service.folder]
+        return (["--help"], ["--version"], ["verify", "--help"], ["verify", *data], ["ready", *data], ["tls", "status", *data],
+                ["backup", *data, "--to", self.backup()], ["clock", "confirm", *data])
+
+    def test_a_command_fails_if_its_output_cannot_be_written(self):
+        for arguments in self.commands():
+            with self.subTest(arguments=arguments), open("/dev/full", "wb") as full:
+                result = subprocess.run([BINARY, *arguments], stdout=full, stderr=subprocess.PIPE, text=True,
+                                        timeout=GUARD_SECONDS, check=False)
+                self.assertEqual((result.returncode, result.stderr),
+                                 (3, "kelvo-service: could not write the output: No space left on device\n"))
+        self.assertIn(" 0 damaged", self.succeed("restore", "--from", self.backup(), "--data", self.backup("again")))
+
+    def test_a_command_ends_without_a_message_if_its_reader_has_ended(self):
+        for arguments in self.commands()[:4]:
+            reader, writer = os.pipe()
+            os.close(reader)
+            with self.subTest(arguments=arguments), open(writer, "wb") as closed:
+                result = subprocess.run([BINARY, *arguments], stdout=closed, stderr=subprocess.PIPE, text=True,
+                                        timeout=GUARD_SECONDS, check=False)
+                self.assertEqual((result.returncode, result.stderr), (3, ""))
+
+
 class Refusing(MaintenanceTest):
     def test_a_refusal_has_one_line_with_the_reason(self):
         self.succeed("backup", "--data", self.service.folder, "--to", self.backup())

@@ -86,7 +86,7 @@ TEST(UploadSource, IgnoresAppendedBytesAndRefusesAShortenedFile)
     EXPECT_EQ(readAll(source), content);
     std::filesystem::resize_file(path, 100);
     source.startAt(0);
-    EXPECT_THROW(readAll(source), UsageError);
+    EXPECT_THROW(readAll(source), LocalFailure);
 }
 
 TEST(UploadSource, RefusesFoldersAndMissingFiles)
