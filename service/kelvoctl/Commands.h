@@ -15,7 +15,7 @@ void addDownloadCommand(CLI::App& line, CommandContext& context); // get
 void addBinCommands(CLI::App& line, CommandContext& context);     // rm, bin
 void addConsoleCommands(CLI::App& line, CommandContext& context); // consoles, track
 void addPersonCommands(CLI::App& line, CommandContext& context);  // passwd, session, mv
-void addQuotaCommands(CLI::App& line, CommandContext& context);   // farm usage, farm quota
+void addQuotaCommands(CLI::App& line, CommandContext& context);   // quota, farm usage, farm quota
 void addAuditCommand(CLI::App& line, CommandContext& context);    // audit
 void addWatchCommand(CLI::App& line, CommandContext& context);    // watch
 

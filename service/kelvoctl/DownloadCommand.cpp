@@ -26,14 +26,20 @@ struct GetOptions
     std::string output;
 };
 
-// The target path. A name from the service must neither be a path nor replace a file.
-std::filesystem::path destination(const GetOptions& options, const std::string& name)
+struct Target
+{
+    std::filesystem::path path;
+    bool isFile = true; // a new or regular file; otherwise a device or a pipe
+};
+
+// A name from the service must neither be a path nor replace a file.
+Target destination(const GetOptions& options, const std::string& name)
 {
     std::filesystem::path path = options.output;
     const std::optional<kelvo::FileStatus> there = localFileStatus(path);
     const bool isFolder = there && S_ISDIR(there->mode);
     if (!path.empty() && !isFolder) {
-        return path;
+        return {path, !there || S_ISREG(there->mode)};
     }
     if (!isSafeFileName(name)) {
         throw Refused(0, "Unsafe name",
@@ -43,6 +49,15 @@ std::filesystem::path destination(const GetOptions& options, const std::string& 
     path /= name;
     if (std::filesystem::exists(std::filesystem::symlink_status(path))) {
         throw UsageError(path.string() + " exists already: choose a name with -o.");
+    }
+    return {path};
+}
+
+// The file that is replaced: a symlink stays, and the file behind it may be missing.
+std::filesystem::path behindLinks(std::filesystem::path path)
+{
+    while (std::filesystem::is_symlink(path)) { // the links are no circle: its status was read
+        path = path.parent_path() / std::filesystem::read_symlink(path);
     }
     return path;
 }
@@ -56,18 +71,20 @@ std::filesystem::path partOf(const std::filesystem::path& target)
     return target.parent_path() / (stem + std::string(kPartSuffix));
 }
 
-// Receives the content as NAME.part. Resumes after a cut; If-Match makes sure that all parts are of
-// one content.
+// Receives the content as NAME.part, or writes it straight to a device or a pipe. Resumes after a
+// cut; If-Match makes sure that all parts are of one content.
 class Download
 {
 public:
-    Download(CommandContext& context, const json& file, const std::filesystem::path& target)
+    Download(CommandContext& context, const json& file, const Target& target)
         : m_client(context.client()),
           m_file(file),
           m_sizeBytes(file.at("size").get<std::uint64_t>()),
-          m_target(target),
-          m_part(partOf(target)),
-          m_output(openLocalFile(m_part, O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW, 0666))
+          m_isFile(target.isFile),
+          m_target(m_isFile ? behindLinks(target.path) : target.path),
+          m_part(m_isFile ? partOf(m_target) : m_target),
+          m_output(openLocalFile(
+              m_part, m_isFile ? O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW : O_WRONLY, 0666))
     {}
 
     void run()
@@ -81,10 +98,14 @@ public:
                 throw Unreachable(
                     "The received bytes do not have the digest that the service gave.", false);
             }
-            commitLocalFile(m_output, m_part, m_target);
+            if (m_isFile) {
+                commitLocalFile(m_output, m_part, m_target);
+            }
         } catch (...) {
             std::error_code ignored;
-            std::filesystem::remove(m_part, ignored);
+            if (m_isFile) {
+                std::filesystem::remove(m_part, ignored);
+            }
             throw;
         }
     }
@@ -136,8 +157,9 @@ private:
     ApiClient& m_client;
     const json& m_file;
     std::uint64_t m_sizeBytes;
+    bool m_isFile;
     std::filesystem::path m_target;
-    std::filesystem::path m_part;
+    std::filesystem::path m_part; // without a file: m_target
     kelvo::FileDescriptor m_output;
     std::uint64_t m_received = 0;
     kelvo::Sha256 m_sha256;
@@ -149,11 +171,13 @@ void get(CommandContext& context, const GetOptions& options)
     if (file.at("kind") != "file") {
         throw Refused(0, "Not a file", "The id belongs to a project or an inbox.");
     }
-    const std::filesystem::path target = destination(options, file.at("name").get<std::string>());
+    const Target target = destination(options, file.at("name").get<std::string>());
     Download(context, file, target).run();
     json result = file;
-    result["saved_as"] = target.string();
-    context.print(result, printable(target.string()));
+    result["saved_as"] = target.path.string();
+    if (target.isFile || context.json) { // the device may be the output
+        context.print(result, printable(target.path.string()));
+    }
 }
 
 } // namespace
@@ -168,7 +192,8 @@ void addDownloadCommand(CLI::App& line, CommandContext& context)
     command
         ->add_option(
             "-o,--output", options->output,
-            "Local path; an existing file is replaced (default: the file's name in this folder)")
+            "Local path; an existing file is replaced, a device or a pipe is written to (default: "
+            "the file's name in this folder)")
         ->type_name("FILE");
     command->callback(
         [&context, options] { context.action = [&context, options] { get(context, *options); }; });

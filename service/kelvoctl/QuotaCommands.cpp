@@ -1,5 +1,6 @@
-// farm usage and farm quota: what farms store, and the limits of a farm.
+// quota, farm usage and farm quota: what farms store, and the limits of a farm.
 #include "service/kelvoctl/Commands.h"
+#include "service/kelvoctl/Failures.h"
 #include "service/kelvoctl/Names.h"
 #include "service/kelvoctl/Users.h"
 
@@ -21,7 +22,35 @@ void printUsage(const std::string& whose, const json& usage, const json& quota)
         std::cout << "  " << usage.at(name)
                   << (quota.contains(name) ? " of " + quota.at(name).dump() : "") << " " << name;
     }
+    if (quota.contains("positions")) {
+        std::cout << "  at most " << quota.at("positions") << " positions a minute";
+    }
     std::cout << "\n";
+}
+
+void printFarm(CommandContext& context, const std::string& path)
+{
+    const json report = context.client().call("GET", path + "/usage");
+    if (context.json) {
+        std::cout << oneLine(report) << std::endl;
+        return;
+    }
+    printUsage(printable(report.at("farm").at("name").get<std::string>()), report.at("usage"),
+               report.at("quota").at("farm"));
+    for (const json& user : report.at("users")) {
+        printUsage("  " + printable(user.at("name").get<std::string>()), user.at("usage"),
+                   report.at("quota").at("user"));
+    }
+}
+
+void printOwnFarm(CommandContext& context)
+{
+    const json account = context.client().call("GET", "/account");
+    const json& farm = account.at("user").at("farm");
+    if (farm.is_null()) {
+        throw UsageError("An administrator has no farm: use `kelvoctl farm quota NAME`.");
+    }
+    printFarm(context, "/farms/" + farm.at("id").dump());
 }
 
 /** The limits that the options name. `default` removes a limit of the farm. */
@@ -50,16 +79,7 @@ void showOrSetQuota(CommandContext& context, const QuotaOptions& options)
     if (!change.at("farm").empty() || !change.at("user").empty()) {
         context.client().call("PATCH", path + "/quota", change);
     }
-    const json report = context.client().call("GET", path + "/usage");
-    if (context.json) {
-        std::cout << oneLine(report) << std::endl;
-        return;
-    }
-    printUsage(printable(options.farm), report.at("usage"), report.at("quota").at("farm"));
-    for (const json& user : report.at("users")) {
-        printUsage("  " + printable(user.at("name").get<std::string>()), user.at("usage"),
-                   report.at("quota").at("user"));
-    }
+    printFarm(context, path);
 }
 
 void listUsage(CommandContext& context, int most)
@@ -92,6 +112,9 @@ void addUsageCommand(CLI::App& farm, CommandContext& context)
 
 void addQuotaCommands(CLI::App& line, CommandContext& context)
 {
+    CLI::App* own = line.add_subcommand("quota", "Print your farm's usage and quotas (office)");
+    own->fallthrough()->callback(
+        [&context] { context.action = [&context] { printOwnFarm(context); }; });
     addUsageCommand(*line.get_subcommand("farm"), context);
     const auto options = std::make_shared<QuotaOptions>();
     CLI::App* quota = line.get_subcommand("farm")
