@@ -145,6 +145,8 @@ void addTls(CLI::App& app, CommandLine& result)
     renew->footer("A running service takes the new certificate within seconds. Open connections\n"
                   "keep the old one.");
     renew->callback([options] { options->renews = true; });
+    renew->add_flag("--authority", options->renewsAuthority,
+                    "Make a new authority too; every client needs the new ca.pem");
     for (CLI::App* command : {status, renew}) {
         command->add_option("--data", options->dataFolder, "The service's data folder")->required();
     }

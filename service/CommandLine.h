@@ -53,6 +53,7 @@ struct TlsOptions
     std::filesystem::path dataFolder;
     std::filesystem::path certificate; // a given certificate; empty: the service's own
     bool renews = false;               // makes a new certificate first
+    bool renewsAuthority = false;      // and a new authority
 };
 
 /** At most one command is set. Without a command only help or an error was printed. */

@@ -32,6 +32,7 @@ public:
     explicit ServiceClock(const Clock& machine) : machine_(machine) {}
 
     std::int64_t nowMs() const override;
+    std::int64_t machineMs() const override { return machine_.nowMs(); }
     std::int64_t steadyMs() const override { return machine_.steadyMs(); }
     ExpiryTime expiryNow() const override;
 

@@ -40,17 +40,34 @@ bool show(const char* kind, const fs::path& file, std::int64_t nowS)
     return isGood;
 }
 
-void renew(const fs::path& dataFolder, std::int64_t nowS)
+/** Throws StartRefused. */
+void requireValidAuthority(const fs::path& dataFolder, std::int64_t nowS)
 {
-    startLog("error"); // the lines on stdout are the result
-    if (const std::int64_t endS = tls::lastAuthorityEndS(dataFolder); endS <= nowS) {
-        throw StartRefused("the authority in ca.pem ended at " + rfc3339(endS * 1000) +
+    const tls::Validity validity = tls::validityOfAuthorities(dataFolder);
+    if (nowS >= validity.notAfterS) {
+        throw StartRefused("the authority in ca.pem ended at " +
+                           rfc3339(validity.notAfterS * 1000) +
                            "; if the machine's clock is right, run kelvo-service clock confirm:"
                            " then the service makes a new authority");
     }
+    if (nowS < validity.notBeforeS) {
+        throw StartRefused("the authority in ca.pem is valid only from " +
+                           rfc3339(validity.notBeforeS * 1000) +
+                           "; if the machine's clock is right, run kelvo-service tls renew"
+                           " --authority, and give the new ca.pem to all clients");
+    }
+}
+
+void renew(const fs::path& dataFolder, bool withAuthority, std::int64_t nowS)
+{
+    startLog("error"); // the lines on stdout are the result
+    if (!withAuthority) {
+        requireValidAuthority(dataFolder, nowS);
+    }
     const fs::path present = tls::ownCertificateFiles(dataFolder).certificate;
     const auto names = tls::namesOf(*tls::certificateFromPem(readFile(present)));
-    tls::ensureCertificates(dataFolder, names, {nowS, nowS}, tls::ERenewal::Now);
+    tls::ensureCertificates(dataFolder, names, {nowS, nowS},
+                            withAuthority ? tls::ERenewal::WithAuthority : tls::ERenewal::Now);
     const Owner owner(dataFolder);
     owner.applyTo(dataFolder / "ca.pem");
     owner.applyToAll(dataFolder / "tls");
@@ -68,7 +85,7 @@ int runTls(const TlsOptions& options)
     }
     const std::int64_t nowS = SystemClock().nowMs() / 1000;
     if (options.renews) {
-        renew(options.dataFolder, nowS);
+        renew(options.dataFolder, options.renewsAuthority, nowS);
     }
     bool isGood = show("certificate", file, nowS);
     if (isOwn) {

@@ -17,7 +17,8 @@ constexpr std::int64_t authorityLifeS = 3650 * dayS;
 constexpr std::int64_t serverLifeS = 397 * dayS; // the longest life that clients accept
 constexpr std::int64_t handOverS = 30 * dayS;    // before its end, an authority signs no more
 constexpr std::int64_t backdatingS = 3600;       // for consoles whose clocks are behind
-constexpr const char* keyNames[] = {"ca.key", "ca-next.key"};
+/** At most two authorities are in use, so a name is free for the next one. */
+constexpr const char* keyNames[] = {"ca.key", "ca-next.key", "ca-new.key"};
 
 struct Authority
 {
@@ -29,12 +30,15 @@ struct Authority
 
 bool isDue(const Validity& validity, std::int64_t nowS)
 {
-    return nowS >= validity.notBeforeS + (validity.notAfterS - validity.notBeforeS) / 3 * 2;
+    return validity.notAfterS - nowS <= authorityLifeS / 3;
 }
 
-Authority makeNewAuthority(const fs::path& keyFile, std::int64_t nowS)
+Authority makeNewAuthority(const fs::path& keyFile, const Times& times)
 {
-    Authority made{keyFile, makeKey(), nullptr, {nowS - backdatingS, nowS + authorityLifeS}};
+    Authority made{keyFile,
+                   makeKey(),
+                   nullptr,
+                   {times.earliestS() - authorityLifeS, times.trustedS + authorityLifeS}};
     made.certificate = makeAuthority(*made.key, made.validity);
     replaceFile(keyFile, toPem(*made.key), 0600);
     logInfo("authority-made", "ends " + rfc3339(made.validity.notAfterS * 1000));
@@ -67,28 +71,28 @@ std::vector<Authority> loadAuthorities(const fs::path& dataFolder, std::int64_t 
     return found;
 }
 
-void refuseFuture(const std::vector<Authority>& authorities, std::int64_t nowS)
+fs::path freeKeyFile(const fs::path& dataFolder, const std::vector<Authority>& used)
 {
-    for (const Authority& authority : authorities) {
-        if (nowS < authority.validity.notBeforeS) {
-            throw std::runtime_error("the own authority in ca.pem is valid only from " +
-                                     rfc3339(authority.validity.notBeforeS * 1000) +
-                                     ": is the machine's clock right?");
-        }
-    }
+    const auto isFree = [&](const char* name) {
+        return std::none_of(used.begin(), used.end(), [&](const Authority& authority) {
+            return authority.keyFile.filename() == name;
+        });
+    };
+    return dataFolder / "tls" / *std::find_if(std::begin(keyNames), std::end(keyNames), isFree);
 }
 
 /** Never empty; the last to end comes last. Writes ca.pem if it changes. */
-std::vector<Authority> ensureAuthorities(const fs::path& dataFolder, const Times& times)
+std::vector<Authority> ensureAuthorities(const fs::path& dataFolder, const Times& times,
+                                         ERenewal renewal)
 {
     std::vector<Authority> all = loadAuthorities(dataFolder, times.trustedS);
-    refuseFuture(all, times.nowS);
+    const fs::path freeFile = freeKeyFile(dataFolder, all);
+    if (renewal == ERenewal::WithAuthority) {
+        all.clear();
+    }
     if (all.empty() || (all.size() == 1 && isDue(all.front().validity, times.trustedS))) {
-        const fs::path first = dataFolder / "tls" / keyNames[0];
-        const bool isFree = all.empty() || all.front().keyFile != first;
         // The key is written first: a key without a certificate is replaced later.
-        all.push_back(
-            makeNewAuthority(isFree ? first : dataFolder / "tls" / keyNames[1], times.trustedS));
+        all.push_back(makeNewAuthority(freeFile, times));
     }
     std::string pem;
     for (const Authority& authority : all) {
@@ -110,48 +114,71 @@ const Authority& signer(const std::vector<Authority>& authorities, std::int64_t 
     return found != authorities.end() ? *found : authorities.back();
 }
 
-/**
- * The time at which clients judge a new certificate. If all authorities have ended by the machine's
- * clock, only clients with the trusted time can accept one.
- */
-std::int64_t judgedS(const std::vector<Authority>& authorities, const Times& times)
+bool isAnyValid(const std::vector<Authority>& authorities, std::int64_t atS)
 {
-    return times.nowS < authorities.back().validity.notAfterS ? times.nowS : times.trustedS;
+    return std::any_of(authorities.begin(), authorities.end(), [atS](const Authority& authority) {
+        return authority.validity.includes(atS);
+    });
 }
 
-/** `made` is the time of a certificate that would be made now. */
-bool isStillGood(const CertificateFiles& files, const std::vector<std::string>& names,
-                 X509& authority, const Validity& made, std::int64_t nowS)
+/**
+ * The times at which clients judge a new certificate. If no authority is valid by the machine's
+ * clock, only clients with the trusted time can accept one.
+ */
+Times judged(const std::vector<Authority>& authorities, const Times& times)
+{
+    return {isAnyValid(authorities, times.nowS) ? times.nowS : times.trustedS, times.trustedS};
+}
+
+bool isUsable(const CertificateFiles& files, const std::vector<std::string>& names, X509& authority)
 {
     if (!fs::exists(files.certificate) || !fs::exists(files.key)) {
         return false;
     }
     const Certificate certificate = certificateFromPem(readFile(files.certificate));
     const Key key = keyFromPem(readFile(files.key));
-    const Validity validity = validityOf(*certificate);
-    const bool isDue = validity.notAfterS - nowS <= (made.notAfterS - nowS) / 3;
-    // A certificate from the time of a clock jump may live longer than some browsers accept.
-    const std::int64_t longestS = serverLifeS + (nowS - made.notBeforeS) + dayS;
-    const bool isTooLong = validity.notAfterS - validity.notBeforeS > longestS;
-    return validity.includes(nowS) && !isDue && !isTooLong &&
-           covers(*certificate, names, authority) &&
+    return covers(*certificate, names, authority) &&
            X509_check_private_key(certificate.get(), key.get()) == 1;
+}
+
+/** `made` is the time of a certificate that would be made now. */
+bool isInTime(const CertificateFiles& files, const Validity& made, const Times& times)
+{
+    const Validity present = validityOf(*certificateFromPem(readFile(files.certificate)));
+    const std::int64_t latestS = times.latestS();
+    const bool isDue = present.notAfterS - latestS <= (made.notAfterS - latestS) / 3;
+    // A certificate from the time of a clock jump may live longer than some browsers accept.
+    const std::int64_t longestS = serverLifeS + (latestS - made.notBeforeS) + dayS;
+    const bool isTooLong = present.notAfterS - present.notBeforeS > longestS;
+    return present.includes(times.earliestS()) && present.includes(latestS) && !isDue && !isTooLong;
+}
+
+void makeCertificate(const CertificateFiles& files, const std::vector<std::string>& names,
+                     const Authority& by, const Validity& validity)
+{
+    const Key key = makeKey();
+    const Certificate certificate =
+        makeServerCertificate(*key, names, *by.certificate, *by.key, validity);
+    replaceFile(files.key, toPem(*key), 0600);
+    replaceFile(files.certificate, toPem(*certificate), 0644);
+    logInfo("server-certificate-made", "ends " + rfc3339(validity.notAfterS * 1000));
 }
 
 } // namespace
 
 Times timesOf(const Clock& clock)
 {
-    return {clock.nowMs() / 1000, clock.expiryNow().ms / 1000};
+    return {clock.machineMs() / 1000, clock.expiryNow().ms / 1000};
 }
 
-std::int64_t lastAuthorityEndS(const fs::path& dataFolder)
+Validity validityOfAuthorities(const fs::path& dataFolder)
 {
-    std::int64_t endS = 0;
+    Validity all{INT64_MAX, 0};
     for (const Certificate& certificate : certificatesFromPem(readFile(dataFolder / "ca.pem"))) {
-        endS = std::max(endS, validityOf(*certificate).notAfterS);
+        const Validity one = validityOf(*certificate);
+        all = {std::min(all.notBeforeS, one.notBeforeS), std::max(all.notAfterS, one.notAfterS)};
     }
-    return endS;
+    return all;
 }
 
 CertificateFiles ownCertificateFiles(const fs::path& dataFolder)
@@ -166,18 +193,15 @@ CertificateFiles ensureCertificates(const fs::path& dataFolder,
     fs::create_directories(dataFolder / "tls");
     fs::permissions(dataFolder / "tls", fs::perms::owner_all);
     CertificateFiles files = ownCertificateFiles(dataFolder);
-    const std::vector<Authority> authorities = ensureAuthorities(dataFolder, times);
-    const std::int64_t nowS = judgedS(authorities, times);
-    const Authority& by = signer(authorities, nowS);
-    const Validity validity{times.trustedS - backdatingS,
-                            std::min(nowS + serverLifeS, by.validity.notAfterS)};
-    if (renewal == ERenewal::Now || !isStillGood(files, names, *by.certificate, validity, nowS)) {
-        const Key key = makeKey();
-        const Certificate certificate =
-            makeServerCertificate(*key, names, *by.certificate, *by.key, validity);
-        replaceFile(files.key, toPem(*key), 0600);
-        replaceFile(files.certificate, toPem(*certificate), 0644);
-        logInfo("server-certificate-made", "ends " + rfc3339(validity.notAfterS * 1000));
+    const std::vector<Authority> authorities = ensureAuthorities(dataFolder, times, renewal);
+    const Times valid = judged(authorities, times);
+    const Authority& by = signer(authorities, valid.latestS());
+    const Validity made{valid.earliestS() - backdatingS,
+                        std::min(valid.latestS() + serverLifeS, by.validity.notAfterS)};
+    const bool isNew = renewal != ERenewal::IfDue || !isUsable(files, names, *by.certificate);
+    // While no authority is valid, no client would accept a new certificate.
+    if (isNew || (isAnyValid(authorities, valid.nowS) && !isInTime(files, made, valid))) {
+        makeCertificate(files, names, by, made);
     }
     return files;
 }

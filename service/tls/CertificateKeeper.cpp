@@ -29,27 +29,44 @@ std::string stateOf(const CertificateFiles& files)
     return state;
 }
 
-/**
- * The time in which the server's certificate and its chain are valid. Throws std::runtime_error if
- * they are valid at neither time.
- */
-Validity requireValid(const CertificateFiles& files, const Times& times)
+/** The time in which the server's certificate and its chain are valid. */
+Validity validityOfChain(const CertificateFiles& files)
 {
     Validity all{0, INT64_MAX};
     for (const Certificate& certificate : certificatesFromPem(readFile(files.certificate))) {
         const Validity one = validityOf(*certificate);
         all = {std::max(all.notBeforeS, one.notBeforeS), std::min(all.notAfterS, one.notAfterS)};
     }
-    if (!all.includes(times.nowS) && !all.includes(times.trustedS)) {
-        const bool isEarly = times.nowS < all.notBeforeS;
-        throw std::runtime_error(
-            "the certificate " + files.certificate.string() +
-            (isEarly ? " is valid only from " + rfc3339(all.notBeforeS * 1000)
-                     : " ended at " + rfc3339(all.notAfterS * 1000)) +
-            "; the service's time is " + rfc3339(times.nowS * 1000) +
-            ". If that is wrong and the machine's clock is right, run kelvo-service clock confirm");
-    }
     return all;
+}
+
+/** Throws std::runtime_error if the certificate is valid at neither time. */
+void requireValid(const CertificateFiles& files, const Validity& validity, const Times& times)
+{
+    if (validity.includes(times.nowS) || validity.includes(times.trustedS)) {
+        return;
+    }
+    const bool isEarly = times.nowS < validity.notBeforeS;
+    throw std::runtime_error("the certificate " + files.certificate.string() +
+                             (isEarly ? " is valid only from " + rfc3339(validity.notBeforeS * 1000)
+                                      : " ended at " + rfc3339(validity.notAfterS * 1000)) +
+                             "; the machine's clock shows " + rfc3339(times.nowS * 1000));
+}
+
+/** Why clients do not accept the certificates yet. Empty: their start has passed. */
+std::string futureStart(const Validity& certificate, const Validity& authority, std::int64_t nowS)
+{
+    if (nowS < authority.notBeforeS) {
+        return "the authority in ca.pem is valid only from " +
+               rfc3339(authority.notBeforeS * 1000) +
+               ": set the machine's clock right; if it is right, run kelvo-service tls renew"
+               " --authority, and give the new ca.pem to all clients";
+    }
+    if (nowS < certificate.notBeforeS) {
+        return "is valid only from " + rfc3339(certificate.notBeforeS * 1000) +
+               ": is the machine's clock right?";
+    }
+    return {};
 }
 
 } // namespace
@@ -91,16 +108,21 @@ void CertificateKeeper::load(bool always)
         isOwn() ? ensureCertificates(source_.dataFolder, source_.names, times) : source_.given;
     std::string state = stateOf(files);
     if (isOwn()) {
-        authorityEndS_ = lastAuthorityEndS(source_.dataFolder);
+        const Validity authority = validityOfAuthorities(source_.dataFolder);
+        const std::lock_guard lock(mutex_);
+        validities_.authority = authority;
     }
     if (!always && state == loaded_) {
         return;
     }
-    const Validity validity = requireValid(files, times);
+    const Validity validity = validityOfChain(files);
+    if (!isOwn()) {
+        requireValid(files, validity, times);
+    }
     std::shared_ptr<ssl_ctx_st> made = makeServerContext(files);
-    certificateEndS_ = validity.notAfterS;
     loaded_ = std::move(state);
     const std::lock_guard lock(mutex_);
+    validities_.certificate = validity;
     context_ = std::move(made);
 }
 
@@ -112,8 +134,28 @@ std::string CertificateKeeper::advice(std::int64_t endS) const
 
 std::string CertificateKeeper::failure() const
 {
-    const std::int64_t endS = certificateEndS_;
-    return timesOf(clock_).nowS < endS ? std::string() : "has ended" + advice(endS);
+    const std::int64_t nowS = timesOf(clock_).nowS;
+    const auto [certificate, authority] = validities();
+    if (nowS < certificate.notAfterS) {
+        return futureStart(certificate, authority, nowS);
+    }
+    return "has ended" + advice(certificate.notAfterS);
+}
+
+CertificateKeeper::Validities CertificateKeeper::validities() const
+{
+    const std::lock_guard lock(mutex_);
+    return validities_;
+}
+
+void CertificateKeeper::warnOfStart()
+{
+    const auto [certificate, authority] = validities();
+    const std::string start = futureStart(certificate, authority, timesOf(clock_).nowS);
+    if (!start.empty() && start != toldStart_) {
+        logWarning("certificate-not-yet-valid", start);
+    }
+    toldStart_ = start;
 }
 
 void CertificateKeeper::warn()
@@ -131,8 +173,10 @@ void CertificateKeeper::warn()
         logWarning(what + (*days == 0 ? "-has-ended" : "-ends"),
                    *days == 0 ? at + advice(endS) : left + at);
     };
-    tell(certificateWarning_, certificateEndS_, "certificate");
-    tell(authorityWarning_, authorityEndS_, "authority");
+    const auto [certificate, authority] = validities();
+    tell(certificateWarning_, certificate.notAfterS, "certificate");
+    tell(authorityWarning_, authority.notAfterS, "authority");
+    warnOfStart();
 }
 
 void CertificateKeeper::refresh(bool always) noexcept
@@ -141,7 +185,7 @@ void CertificateKeeper::refresh(bool always) noexcept
         const std::string before = loaded_;
         load(always);
         if (loaded_ != before || always) {
-            logInfo("certificate-loaded", "ends " + rfc3339(certificateEndS_ * 1000));
+            logInfo("certificate-loaded", "ends " + rfc3339(certificateEndS() * 1000));
         }
         told_.clear();
     } catch (const std::exception& error) {

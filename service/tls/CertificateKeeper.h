@@ -6,7 +6,6 @@
 #include "service/tls/Authority.h"
 #include "service/tls/ServerContext.h"
 
-#include <atomic>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -68,14 +67,22 @@ public:
     void refresh(bool always = false) noexcept;
 
     /** Seconds since 1970; 0: unknown. With several authorities, the end of the last one. */
-    std::int64_t certificateEndS() const { return certificateEndS_; }
-    std::int64_t authorityEndS() const { return authorityEndS_; }
+    std::int64_t certificateEndS() const { return validities().certificate.notAfterS; }
+    std::int64_t authorityEndS() const { return validities().authority.notAfterS; }
 
 private:
+    struct Validities
+    {
+        Validity certificate; // with its chain
+        Validity authority;   // of the own authorities; 0 for a given certificate
+    };
+
     bool isOwn() const { return source_.given.certificate.empty(); }
     void load(bool always);
     void warn();
+    void warnOfStart();
     std::string advice(std::int64_t endS) const;
+    Validities validities() const;
 
     const Source source_;
     const Clock& clock_;
@@ -83,9 +90,9 @@ private:
     std::string told_;   // the failure that was logged last
     EndWarning certificateWarning_;
     EndWarning authorityWarning_;
-    std::atomic<std::int64_t> certificateEndS_{0};
-    std::atomic<std::int64_t> authorityEndS_{0};
-    mutable std::mutex mutex_; // guards context_
+    std::string toldStart_;    // the start that was logged last
+    mutable std::mutex mutex_; // guards validities_ and context_
+    Validities validities_;
     std::shared_ptr<ssl_ctx_st> context_;
 };
 

@@ -247,6 +247,7 @@ TEST(TlsCommand, ShowsOrRenews)
     EXPECT_EQ(status->dataFolder, "d");
     EXPECT_EQ(status->certificate, "c");
     EXPECT_FALSE(status->renews);
+    EXPECT_TRUE(parse({"tls", "renew", "--data", "d", "--authority"}).tls->renewsAuthority);
     const auto renew = parse({"tls", "renew", "--data", "d"}).tls;
     ASSERT_TRUE(renew);
     EXPECT_TRUE(renew->renews);

@@ -164,6 +164,7 @@ TEST_F(ServiceClockTest, StaysNearTheTrustedTimeWhileTheClockIsBehind)
     machine.Advance(3h);
     machine.ShiftTimeOfDay(-24h * 400);
     EXPECT_EQ(aheadOf(start), 2) << "before the check";
+    EXPECT_EQ(clock->machineMs(), machine.nowMs());
     check();
     EXPECT_EQ(aheadOf(start), 2);
     restart();

@@ -117,11 +117,68 @@ class Certificates(unittest.TestCase):
             self.assertIn("not valid now", out)
 
     def start_after(self, days):
-        """The service was off for so long."""
+        """The service was off for so long. Negative: its clock was ahead."""
         self.service.prefix = wrong_clock(self, -days * DAY_S)
         self.service.start()
         self.service.stop()
         self.service.prefix = ()
+
+    def check_ready(self):
+        """A client with a right clock accepts the certificate, and the service says so."""
+        self.serial()
+        self.assertEqual(metrics(self.service, "/readyz"), (200, "ready"))
+
+    def test_the_own_certificate_of_a_first_start_with_the_clock_ahead_is_replaced_at_once(self):
+        self.start_after(-40)
+        authority = self.service.text("ca.pem")
+        for _ in range(2):
+            self.service.start()
+            self.check_ready()
+            self.assertEqual(self.service.text("ca.pem"), authority)
+            self.service.stop()
+
+    def test_the_own_certificate_is_valid_by_both_clocks_while_the_machine_is_two_years_behind(self):
+        self.start_after(0)
+        behind = self.service.prefix = wrong_clock(self, -2 * 365 * DAY_S)
+        self.service.start()
+        self.check_ready()
+        client = [*behind, "openssl", "verify", "-CAfile", self.service.ca, self.service.path("tls", "server.pem")]
+        self.assertIn(": OK", subprocess.run(client, capture_output=True, text=True, check=True).stdout)
+        self.service.stop()
+
+    def test_an_authority_that_is_not_yet_valid_is_replaced_by_a_command(self):
+        self.start_after(-11 * 365)
+        authority = self.service.text("ca.pem")
+        for _ in range(2):
+            self.service.start()
+            status, reason = metrics(self.service, "/readyz")
+            self.assertEqual(status, 503)
+            self.assertIn("certificate: the authority in ca.pem is valid only from ", reason)
+            self.assertIn("run kelvo-service tls renew --authority", reason)
+            self.await_log("certificate-not-yet-valid")
+            self.assertEqual(tls_command("renew", "--data", self.service.folder), (2, ""))
+            self.assertEqual(self.service.text("ca.pem"), authority)
+            self.service.stop()
+        self.service.start()
+        self.assertEqual(tls_command("renew", "--authority", "--data", self.service.folder)[0], 0)
+        self.service.signal(signal.SIGHUP)
+        self.await_log("certificate-loaded")
+        self.check_ready()
+        self.service.stop()
+        self.service.check_log()
+
+    def test_tells_that_a_given_certificate_is_not_yet_valid(self):
+        self.start_after(-40)
+        start = time.strftime("%Y%m%d%H%M%SZ", time.gmtime(time.time() + DAY_S))
+        certificate, key = self.given("tomorrow", start)
+        self.service.options = ("--cert", certificate, "--key", key)
+        self.service.start()
+        status, reason = metrics(self.service, "/readyz")
+        self.assertEqual(status, 503)
+        self.assertIn("certificate: is valid only from ", reason)
+        self.await_log("certificate-not-yet-valid")
+        self.service.stop()
+        self.service.check_log()
 
     def test_a_certificate_that_was_issued_while_the_service_was_off_is_used_at_once(self):
         self.start_after(10)

@@ -11,6 +11,7 @@ class ManualClock final : public Clock, public ManualTime
 public:
     std::int64_t nowMs() const override { return TimeOfDay().count(); }
     std::int64_t steadyMs() const override { return Steady().count(); }
+    std::int64_t machineMs() const override { return nowMs() - behindMs_; }
     ExpiryTime expiryNow() const override { return {nowMs() - heldBackMs_}; }
 
     /** The time of day jumps ahead, and the clock is not trusted any more. */
@@ -20,7 +21,11 @@ public:
         heldBackMs_ += by.count();
     }
 
+    /** The machine's clock falls behind. The service does not trust it, and its times go on. */
+    void FallBehind(std::chrono::milliseconds by) { behindMs_ += by.count(); }
+
 private:
+    std::atomic<std::int64_t> behindMs_{0};
     std::atomic<std::int64_t> heldBackMs_{0};
 };
 

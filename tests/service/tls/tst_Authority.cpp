@@ -64,6 +64,7 @@ TEST_F(OwnAuthority, SignsACertificateForAllNames)
     EXPECT_EQ(namesOf(*certificate), names);
     EXPECT_EQ(validityOf(*certificate).notBeforeS, startS - 3600);
     EXPECT_EQ(validityOf(*certificate).notAfterS, startS + 397 * dayS);
+    EXPECT_EQ(validityOf(*ca).notBeforeS, startS - 3650 * dayS);
     EXPECT_EQ(validityOf(*ca).notAfterS, startS + 3650 * dayS);
     EXPECT_TRUE(makeServerContext(files));
 }
@@ -223,18 +224,60 @@ TEST_F(OwnAuthority, KeepsAnAuthorityThatHasEndedByAnUntrustedClockOnly)
     EXPECT_TRUE(isTrusted(ca, startS + 600 * dayS)) << "renewed for the trusted time";
 }
 
-TEST_F(OwnAuthority, RefusesTheAuthorityWhileTheClockIsBeforeItsStart)
+TEST_F(OwnAuthority, ReplacesOnlyTheServerCertificateAfterAFirstStartWithTheClockAhead)
+{
+    const std::int64_t wrongS = startS + 40 * dayS;
+    ensure(wrongS);
+    const std::string ca = authorities();
+    ensure({startS, wrongS});
+    EXPECT_EQ(authorities(), ca);
+    EXPECT_TRUE(isTrusted(ca, startS));
+    EXPECT_TRUE(isTrusted(ca, wrongS));
+    ensure(startS + dayS); // the clock is trusted again
+    EXPECT_TRUE(isTrusted(ca, startS + dayS));
+    const Validity validity = validityOf(*certificateFromPem(server()));
+    EXPECT_LE(validity.notAfterS - validity.notBeforeS, 398 * dayS) << "browsers refuse more";
+}
+
+TEST_F(OwnAuthority, MakesACertificateForBothTimesWhileTheClockIsBehind)
 {
     ensure();
-    const std::string first = authorities();
-    try {
-        ensure(startS - 2 * dayS);
-        ADD_FAILURE() << "not refused";
-    } catch (const std::runtime_error& error) {
-        EXPECT_NE(std::string(error.what()).find("valid only from 2023-11-14"), std::string::npos)
-            << error.what();
+    const std::string ca = authorities();
+    const Times times{startS - 2 * yearS, startS + dayS};
+    ensure(times);
+    const std::string made = server();
+    EXPECT_TRUE(isTrusted(ca, times.nowS));
+    EXPECT_TRUE(isTrusted(ca, times.trustedS))
+        << "the clock is wrong, the clients' clocks are right";
+    ensure(times);
+    EXPECT_EQ(server(), made) << "made once";
+}
+
+TEST_F(OwnAuthority, KeepsAnAuthorityFromTheFutureAndItsCertificate)
+{
+    const std::int64_t wrongS = startS + 11 * yearS;
+    ensure(wrongS);
+    const std::string ca = authorities();
+    const std::string before = server();
+    for (const std::int64_t trustedS : {wrongS, startS}) {
+        ensure({startS, trustedS});
+        EXPECT_EQ(authorities(), ca) << "clients have this authority, and the clock may be wrong";
+        EXPECT_EQ(server(), before) << "a new one would not be accepted either";
     }
-    EXPECT_EQ(authorities(), first);
+}
+
+TEST_F(OwnAuthority, MakesANewAuthorityWhenAsked)
+{
+    ensure(startS + 7 * yearS);
+    ensure(startS + 14 * yearS);
+    ASSERT_EQ(certificatesFromPem(authorities()).size(), 2U);
+    for (int time = 0; time < 3; ++time) {
+        const std::string before = authorities();
+        ensureCertificates(folder.Path(), names, {startS, startS}, ERenewal::WithAuthority);
+        EXPECT_EQ(certificatesFromPem(authorities()).size(), 1U);
+        EXPECT_FALSE(isTrusted(before, startS));
+        EXPECT_TRUE(isTrusted(authorities(), startS));
+    }
 }
 
 TEST_F(OwnAuthority, RefusesAKeyThatDoesNotMatchTheCertificate)

@@ -160,6 +160,43 @@ TEST_F(KeptCertificate, RenewsTheCertificateOfTheServiceAfterAClockJumpPastItsEn
     EXPECT_EQ(keeper->authorityEndS(), authorityEndS);
 }
 
+TEST_F(KeptCertificate, TellsThatACertificateIsNotYetValidByTheMachinesClock)
+{
+    give(-1, 30);
+    const auto keeper = keepGiven();
+    clock.FallBehind(24h * 40);
+    keeper->refresh(true);
+    EXPECT_EQ(keeper->failure(),
+              "is valid only from 2023-11-13T22:13:20.000Z: is the machine's clock right?");
+    EXPECT_EQ(refusal(), "not refused") << "it is valid at the trusted time";
+}
+
+TEST_F(KeptCertificate, ReplacesTheCertificateOfTheServiceThatIsNotYetValid)
+{
+    const auto keeper = keepOwn();
+    const auto before = keeper->context();
+    clock.FallBehind(24h * 40);
+    EXPECT_THAT(keeper->failure(), HasSubstr("is valid only from 2023-11-14T"));
+    keeper->refresh();
+    EXPECT_NE(keeper->context(), before);
+    EXPECT_EQ(keeper->failure(), "");
+}
+
+TEST_F(KeptCertificate, TellsHowToReplaceAnAuthorityThatIsNotYetValid)
+{
+    const auto keeper = keepOwn();
+    clock.FallBehind(24h * 365 * 11);
+    keeper->refresh();
+    EXPECT_EQ(keeper->failure(),
+              "the authority in ca.pem is valid only from 2013-11-16T22:13:20.000Z: set the"
+              " machine's clock right; if it is right, run kelvo-service tls renew --authority, and"
+              " give the new ca.pem to all clients");
+    clock.ShiftTimeOfDay(-24h * 365 * 11); // the clock is trusted again
+    clock.FallBehind(-24h * 365 * 11);
+    EXPECT_EQ(keepOwn()->failure(), keeper->failure()) << "a start is not refused";
+    EXPECT_THAT(keeper->failure(), HasSubstr("tls renew --authority"));
+}
+
 TEST_F(KeptCertificate, TheCertificateOfTheServiceStaysIfItCannotBeRenewed)
 {
     const auto keeper = keepOwn();
