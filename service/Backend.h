@@ -54,6 +54,7 @@ struct Backend
     events::EventBroker broker;
     accounts::Accounts accounts;
     api::AnswerFiles answerFiles;
+    api::AnswerFiles answersInMemory{api::AnswerFiles::memoryBytes};
     api::TransferMemory transferMemory;
     api::Context context{*database,
                          home->contents(),
@@ -67,6 +68,7 @@ struct Backend
                          home->pool(),
                          reserve,
                          answerFiles,
+                         answersInMemory,
                          transferMemory,
                          home->scratchFolder(),
                          home->scratchReserve(),

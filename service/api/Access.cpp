@@ -59,6 +59,17 @@ Async<store::User> requireAdmin(Context& context, http::Request& request)
     co_return session.user;
 }
 
+Async<void> requireHalfOfReserve(Context& context)
+{
+    if (context.reserve.isHalfWhole()) {
+        co_return;
+    }
+    co_await context.filePool.run([&context] { context.reserve.makeWhole(); });
+    if (!context.reserve.isHalfWhole()) {
+        throw Problem(EProblem::InsufficientStorage, "The service's storage is full.");
+    }
+}
+
 store::Farm requireFarm(soci::session& sql, store::Id id)
 {
     const auto farm = store::farmById(sql, id);

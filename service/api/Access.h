@@ -25,6 +25,12 @@ Async<store::Session> requireOperator(Context& context, http::Request& request);
 /** Returns the caller if the caller is an admin. Throws forbidden. */
 Async<store::User> requireAdmin(Context& context, http::Request& request);
 
+/**
+ * For reports: they leave a half of the disk's reserve to the accounts and the deletions. Throws
+ * Problem (insufficient-storage).
+ */
+Async<void> requireHalfOfReserve(Context& context);
+
 /** Throws Problem (not-found). */
 store::Farm requireFarm(soci::session& sql, store::Id id);
 

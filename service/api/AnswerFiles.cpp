@@ -6,8 +6,6 @@ namespace kelvo::api {
 
 namespace {
 
-constexpr std::uint64_t shareOfAFarm = 8;
-
 void refuseIfFull(std::uint64_t held, std::uint64_t added, std::uint64_t most)
 {
     if (held > 0 && held + added > most) {
@@ -29,7 +27,7 @@ std::shared_ptr<const FileDescriptor> AnswerFiles::keep(store::Id farm, const st
         }
     }
     const auto held = bytes_.find(farm);
-    refuseIfFull(held == bytes_.end() ? 0 : held->second, sizeBytes, mostBytes_ / shareOfAFarm);
+    refuseIfFull(held == bytes_.end() ? 0 : held->second, sizeBytes, bytesOfAFarm());
     refuseIfFull(allBytes_, sizeBytes, mostBytes_);
     auto kept = std::make_unique<FileDescriptor>(std::move(file));
     std::shared_ptr<const FileDescriptor> shared(

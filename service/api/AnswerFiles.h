@@ -1,4 +1,4 @@
-// The files that hold large answers until their readers have them.
+// The files, on the disk or in memory, that hold large answers until their readers have them.
 #pragma once
 
 #include "service/base/Files.h"
@@ -13,8 +13,9 @@
 namespace kelvo::api {
 
 /**
- * Counts the bytes that the answers of each farm hold on the disk, so that slow readers cannot fill
- * it. Equal answers share a file: the consoles of one user that log in at the same time need one.
+ * Counts the bytes that the answers of each farm hold, so that slow readers cannot fill the disk or
+ * the memory. Equal answers share a file: the consoles of one user that log in at the same time
+ * need one.
  *
  * Thread: any. Ownership: outlives the files that it returns.
  */
@@ -25,6 +26,9 @@ public:
     explicit AnswerFiles(std::uint64_t mostBytes = defaultBytes) : mostBytes_(mostBytes) {}
 
     static constexpr std::uint64_t defaultBytes = 2ULL * 1024 * 1024 * 1024;
+    static constexpr std::uint64_t memoryBytes = 32ULL * 1024 * 1024;
+
+    std::uint64_t bytesOfAFarm() const { return mostBytes_ / 8; }
 
     /**
      * Returns the file of an equal answer, or takes this file. `name` is equal for equal answers
@@ -40,8 +44,8 @@ private:
     const std::uint64_t mostBytes_;
     std::mutex mutex_; // guards files_, bytes_ and allBytes_
     std::map<std::string, std::weak_ptr<const FileDescriptor>> files_;
-    std::map<store::Id, std::uint64_t> bytes_; // on the disk, for each farm
-    std::uint64_t allBytes_ = 0;               // on the disk, for all farms
+    std::map<store::Id, std::uint64_t> bytes_; // of each farm
+    std::uint64_t allBytes_ = 0;
 };
 
 } // namespace kelvo::api

@@ -52,7 +52,8 @@ struct Context
     WorkPool& filePool;    // for files on this machine
     WorkPool& contentPool; // for `contents`
     DiskReserve& reserve;
-    AnswerFiles& answerFiles;
+    AnswerFiles& answerFiles;     // on the disk
+    AnswerFiles& answersInMemory; // for a full disk
     TransferMemory& transferMemory;
     std::filesystem::path scratchFolder; // for files without a name
     DiskReserve* scratchReserve;         // of the disk of scratchFolder; null: it has none

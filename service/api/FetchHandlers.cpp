@@ -103,9 +103,7 @@ store::Fetch fetchOf(const Entry& entry, const store::File& file, long long nowM
 
 Async<Response> addFetches(Context& context, Request& request)
 {
-    if (!context.reserve.isHalfWhole()) {
-        throw Problem(EProblem::InsufficientStorage, "The service's storage is full.");
-    }
+    co_await requireHalfOfReserve(context);
     const store::Session session = co_await requireOperator(context, request);
     const std::vector<Entry> entries = readEntries(co_await request.json());
     const store::User& user = session.user;

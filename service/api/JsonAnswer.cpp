@@ -2,6 +2,7 @@
 
 #include "service/api/FileSource.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <system_error>
 
@@ -15,6 +16,20 @@ namespace {
 constexpr std::size_t minPackedBytes = 512;
 constexpr std::size_t packAtBytes = 16 * 1024;
 constexpr std::size_t mostInMemory = 128 * 1024;
+
+void copyBytes(int from, int to, std::uint64_t sizeBytes)
+{
+    std::string part(mostInMemory, '\0');
+    for (std::uint64_t at = 0; at < sizeBytes;) {
+        const ssize_t got = ::pread(from, part.data(), std::min(part.size(), sizeBytes - at),
+                                    static_cast<off_t>(at));
+        if (got <= 0) {
+            throwErrno("pread");
+        }
+        writeAll(to, part.data(), static_cast<std::size_t>(got));
+        at += static_cast<std::uint64_t>(got);
+    }
+}
 
 } // namespace
 
@@ -94,22 +109,50 @@ void JsonAnswer::packText(bool isLast)
 
 void JsonAnswer::spill()
 {
-    if (!file_) {
-        file_ = openScratch(context_.scratchFolder);
+    if (isInMemory_ || !storeOnDisk()) {
+        storeInMemory();
     }
-    for (bool isStored = false; !isStored;) {
-        try {
-            ::lseek(file_.get(), static_cast<off_t>(storedBytes_), SEEK_SET);
-            writeAll(file_.get(), body_.data(), body_.size());
-            isStored = true;
-        } catch (const std::system_error& error) {
-            DiskReserve* const reserve = context_.scratchReserve;
-            const bool mayUse = reserve != nullptr && reserve->isHalfWhole();
-            if (error.code().value() != ENOSPC || !mayUse || !reserve->release()) {
-                throw;
-            }
+}
+
+/** False if the disk is full. */
+bool JsonAnswer::storeOnDisk()
+{
+    try {
+        if (context_.scratchReserve != nullptr) {
+            context_.scratchReserve->requireWhole(); // a released step is for the database
         }
+        if (!file_) {
+            file_ = openScratch(context_.scratchFolder);
+        }
+        store();
+        return true;
+    } catch (const std::system_error& error) {
+        if (error.code().value() != ENOSPC) {
+            throw;
+        }
+        return false;
     }
+}
+
+void JsonAnswer::storeInMemory()
+{
+    if (storedBytes_ + body_.size() > context_.answersInMemory.bytesOfAFarm()) {
+        throw std::system_error(ENOSPC, std::generic_category(), "large answer");
+    }
+    if (!isInMemory_) {
+        FileDescriptor memory = openMemory();
+        copyBytes(file_.get(), memory.get(), storedBytes_);
+        file_ = std::move(memory);
+        isInMemory_ = true;
+    }
+    store();
+}
+
+/** A part of a failed write stays behind the stored bytes; the next write replaces it. */
+void JsonAnswer::store()
+{
+    ::lseek(file_.get(), static_cast<off_t>(storedBytes_), SEEK_SET);
+    writeAll(file_.get(), body_.data(), body_.size());
     storedBytes_ += body_.size();
     body_.clear();
 }
@@ -130,7 +173,8 @@ std::string JsonAnswer::end()
 void JsonAnswer::moveTo(http::Response& response)
 {
     if (file_) {
-        auto file = context_.answerFiles.keep(farm_, name_, std::move(file_), storedBytes_);
+        AnswerFiles& files = isInMemory_ ? context_.answersInMemory : context_.answerFiles;
+        auto file = files.keep(farm_, name_, std::move(file_), storedBytes_);
         response.source =
             std::make_shared<FileSource>(std::move(file), 0, storedBytes_, context_.filePool);
     } else {

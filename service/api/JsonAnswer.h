@@ -18,9 +18,12 @@ namespace kelvo::api {
  * Keeps a small document in memory and a large one in a file, so that the memory of a request does
  * not grow with its answer, and a slow reader holds no transaction of the database.
  *
+ * On a full disk, the file is in memory, because a console needs its account. The disk's reserve
+ * serves the database only.
+ *
  * Thread: any that may block, for example a reader of the database. Errors: throws
- * std::system_error with ENOSPC if the disk has no room. A full disk gives up to half of its
- * reserve for answers, because a console needs its account.
+ * std::system_error with ENOSPC if the disk is full and the answer exceeds a farm's share of
+ * Context::answersInMemory.
  */
 class JsonAnswer
 {
@@ -55,6 +58,9 @@ private:
     void write(std::string_view text);
     void packText(bool isLast);
     void spill();
+    bool storeOnDisk();
+    void storeInMemory();
+    void store();
 
     Context& context_;
     store::Id farm_;
@@ -66,6 +72,7 @@ private:
     Sha256 digest_;
     std::string name_; // of the document, for AnswerFiles
     FileDescriptor file_;
+    bool isInMemory_ = false; // the file
     std::uint64_t storedBytes_ = 0;
 };
 

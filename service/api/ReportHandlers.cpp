@@ -107,13 +107,10 @@ Json requireMembers(const nlohmann::json& document, const char* member, const Me
     return pick(object, members);
 }
 
-/** Reports leave a half of the disk's reserve to the accounts and the deletions. */
 Async<store::Session> startReport(Context& context, Request& request)
 {
-    if (!context.reserve.isHalfWhole()) {
-        throw Problem(EProblem::InsufficientStorage, "The service's storage is full.");
-    }
-    return requireOperator(context, request);
+    co_await requireHalfOfReserve(context);
+    co_return co_await requireOperator(context, request);
 }
 
 Async<Response> putEnvironment(Context& context, Request& request)

@@ -54,7 +54,7 @@ DiskReserve::DiskReserve(std::filesystem::path file, long long sizeBytes)
     if (status && status->sizeBytes > sizeBytes_) {
         cutTo(handle.get(), sizeBytes_);
     }
-    refill(); // a copy of the file may have holes
+    fillTo(sizeBytes_); // a copy of the file may have holes
     if (!isWhole()) {
         logWarning("disk-reserve-incomplete",
                    std::to_string(heldBytes_) + " bytes of " + std::to_string(sizeBytes_));
@@ -64,11 +64,11 @@ DiskReserve::DiskReserve(std::filesystem::path file, long long sizeBytes)
     }
 }
 
-void DiskReserve::refill()
+void DiskReserve::fillTo(long long bytes)
 {
     const FileDescriptor handle = openFile(file_, O_RDWR);
-    while (!isWhole()) {
-        const long long step = std::min(stepBytes, sizeBytes_ - heldBytes_);
+    while (heldBytes_ < bytes) {
+        const long long step = std::min(stepBytes, bytes - heldBytes_);
         const int failure = ::posix_fallocate(handle.get(), static_cast<off_t>(heldBytes_.load()),
                                               static_cast<off_t>(step));
         if (failure != 0) {
@@ -101,12 +101,13 @@ void DiskReserve::makeWhole()
         return;
     }
     const std::lock_guard lock(mutex_);
-    const long long missing = sizeBytes_ - heldBytes_;
-    if (missing > 0 && freeBytes(file_.parent_path()) >= missing + keptFreeBytes) {
-        refill();
-        if (isWhole()) {
-            logInfo("disk-reserve-whole");
-        }
+    if (isWhole()) {
+        return; // another thread was faster
+    }
+    const long long room = freeBytes(file_.parent_path()) - keptFreeBytes;
+    fillTo(std::min(sizeBytes_, heldBytes_ + room));
+    if (isWhole()) {
+        logInfo("disk-reserve-whole");
     }
 }
 

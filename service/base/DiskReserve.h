@@ -44,14 +44,14 @@ public:
      */
     void requireRoom(long long bytes);
 
-    /** Allocates the rest of the reserve if the disk has room for it. Blocks. */
+    /** Allocates as much of the rest as the disk has room for. Blocks. */
     void makeWhole();
 
     /** Throws as requireRoom(), without a look at the disk. For each piece of an upload. */
     void requireWhole() const;
 
 private:
-    void refill();
+    void fillTo(long long bytes);
 
     std::filesystem::path file_;
     long long sizeBytes_;

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -56,6 +57,15 @@ FileDescriptor openScratch(const std::filesystem::path& folder)
         throwErrno("mkostemp");
     }
     ::unlink(name.c_str()); // a killed process may leave the name; the clean-up removes it
+    return file;
+}
+
+FileDescriptor openMemory()
+{
+    FileDescriptor file(::memfd_create("kelvo", MFD_CLOEXEC));
+    if (!file) {
+        throwErrno("memfd_create");
+    }
     return file;
 }
 

@@ -38,6 +38,9 @@ FileDescriptor openFile(const std::filesystem::path& path, int flags, mode_t mod
 /** Opens a new file without a name: its bytes end with the descriptor or the process. */
 FileDescriptor openScratch(const std::filesystem::path& folder);
 
+/** Opens a new file in memory: its bytes end with the descriptor or the process. */
+FileDescriptor openMemory();
+
 /** Writes all bytes, in several calls of write() if needed. */
 void writeAll(int fd, const void* data, std::size_t sizeBytes);
 

@@ -18,7 +18,7 @@ import time
 import unittest
 
 from kelvowire.farm import PASSWORD, add_farms_and_users, log_in, log_in_admin, make_inbox
-from kelvowire.http import Client, begin_upload, digest_header, metadata, metrics
+from kelvowire.http import Client, begin_request, begin_upload, digest_header, metadata, metrics
 from kelvowire.service import GUARD_SECONDS, READY, Service
 from needs import needs
 
@@ -65,6 +65,10 @@ class SmallDisk(Service):
                     if full.errno != errno.ENOSPC:
                         raise
                     break
+
+    def make_room(self, size):
+        ballast = self.disk("ballast")
+        os.truncate(ballast, os.stat(ballast).st_size - size)
 
     def clear(self):
         os.remove(self.disk("ballast"))
@@ -234,7 +238,7 @@ class FullDiskOfFiles(DiskTest):
                                  ((10_000 + number, self.inbox, f"{number:064x}") for number in range(2000)))
         self.service.fill()
         self.full(self.olga.create("a.zip", [self.inbox], 100_000, expect=507))
-        self.full(self.olga.get("/account", 507, headers={"Accept-Encoding": "identity"}))
+        self.olga.get("/account", headers={"Accept-Encoding": "identity"})
         self.assertIn("\nkelvo_disk_reserve_used_bytes 0\n", metrics(self.service)[1])
         log_in(self.service, "piet").close()
         self.service.clear()
@@ -296,17 +300,57 @@ class Reserve(DiskTest):
         self.olga.delete(f"/resources/{file}")
         self.end()
 
-    def test_keeps_the_half_of_the_reserve_from_reports(self):
+    @staticmethod
+    def report(number):
+        """A report of 12 kB."""
         texts = dict.fromkeys(("console_string", "text4", "kind", "text6"), "\U0001f69c" * 255)
-        report = {"timestamp_ms": 1, "console": {"host_string": "\U0001f69c" * 1000, **texts}, "controller": texts}
-        self.service.fill()
+        return {"timestamp_ms": 1, "controller": texts,
+                "console": {"host_string": "\U0001f69c" * 1000, "hardware_address": f"{number}", **texts}}
+
+    def report_until_refused(self):
+        """Returns how many reports the service took."""
         sent = 0
-        while (answer := self.olga.request("PUT", "/environment", (204, 507), json=report)).status == 204:
+        while (answer := self.olga.request("PUT", "/environment", (204, 507), json=self.report(sent % 200))).status == 204:
             sent += 1
-            report["console"]["hardware_address"] = f"{sent % 200}"
         self.full(answer)
-        self.assertGreater(sent, 0)
+        return sent
+
+    def test_keeps_the_half_of_the_reserve_from_reports(self):
+        self.service.fill()
+        self.assertGreater(self.report_until_refused(), 0)
         log_in(self.service, "piet").close()
+        self.end()
+
+    def test_takes_reports_again_when_the_disk_has_room_for_half_of_the_reserve(self):
+        self.service.fill()
+        self.report_until_refused()
+        self.service.make_room(10 * 1024 * 1024)  # Too little for the whole reserve: 8 MiB stay free.
+        self.olga.request("PUT", "/environment", 204, json=self.report(0))
+        self.assertLess(os.stat(self.service.path("reserve")).st_blocks * 512, self.RESERVE)
+        self.end()
+
+    def test_large_answers_leave_the_reserve_to_the_reports(self):
+        for user, consoles in (("olga", 250), ("piet", 100)):
+            with contextlib.closing(log_in(self.service, user)) as client:
+                for number in range(consoles):
+                    client.request("PUT", "/environment", 204, json=self.report(number))
+        anna, otto = log_in(self.service, "anna"), log_in(self.service, "otto")
+        self.addCleanup(anna.close)
+        self.addCleanup(otto.close)
+        self.service.fill()
+        with contextlib.ExitStack() as readers:
+            for consoles, statuses in ((150, (200,)), (250, (200, 503))):  # Slow readers of 2 and 3.3 MB.
+                reader = begin_request(self.service, anna.token, "GET", f"/consoles?limit={consoles}", 0, {})
+                answer = http.client.HTTPResponse(readers.enter_context(reader))
+                answer.begin()
+                self.assertIn(answer.status, statuses)
+            self.full(anna.get("/consoles?limit=350", 507))  # 4.6 MB.
+            for client in (self.olga, otto):
+                client.request("PUT", "/environment", 204, json=self.report(1))
+        self.assertGreater(os.stat(self.service.path("reserve")).st_blocks * 512, self.RESERVE // 2)
+        self.service.clear()
+        self.olga.put("new.zip", [self.inbox], b"new")
+        self.assertEqual(len(anna.get("/consoles?limit=350").json()["consoles"]), 350)
         self.end()
 
 

@@ -5,6 +5,10 @@
 
 #include <gmock/gmock.h>
 
+#include <cerrno>
+#include <optional>
+#include <system_error>
+
 #include <zlib.h>
 
 namespace kelvo::api {
@@ -162,6 +166,63 @@ TEST_F(JsonAnswers, RefusesAnAnswerIfAFarmHoldsTooManyBytes)
     EXPECT_THROW(files.keep(1, "b", scratch(), 1), http::Problem);
     first.reset();
     EXPECT_TRUE(files.keep(1, "b", scratch(), 100));
+}
+
+/** The database uses the reserve. Context::answersInMemory gives each farm 200 KiB. */
+class JsonAnswersOnAFullDisk : public JsonAnswers
+{
+protected:
+    static constexpr int fittingItems = 10000; // about 170 kB
+    static constexpr long long mib = 1024LL * 1024;
+
+    void SetUp() override
+    {
+        context.scratchReserve = &used;
+        used.release();
+    }
+
+    DiskReserve used{folder.Path() / "used", 4 * mib};
+};
+
+TEST_F(JsonAnswersOnAFullDisk, AreInMemoryAndLeaveTheReserveAlone)
+{
+    http::Response response = answerOf(fittingItems);
+    ASSERT_TRUE(response.source);
+    EXPECT_EQ(bytesOf(loop, response), expected(fittingItems));
+    EXPECT_EQ(used.heldBytes(), 3 * mib);
+    EXPECT_TRUE(answerFiles.keep(1, "a", openScratch(context.scratchFolder), 100))
+        << "an answer in memory takes no share of the disk";
+}
+
+TEST_F(JsonAnswersOnAFullDisk, ContinueInMemoryWhenTheDiskGetsFull)
+{
+    used.makeWhole();
+    JsonAnswer answer(context, 1);
+    answer.open({{"name", "a"}}, "numbers");
+    for (int i = 0; i < fittingItems; ++i) {
+        if (i == fittingItems - 10) {
+            used.release();
+        }
+        answer.add({{"number", i}});
+    }
+    answer.close();
+    http::Response response = answer.toResponse();
+    EXPECT_EQ(bytesOf(loop, response), expected(fittingItems));
+    EXPECT_EQ(used.heldBytes(), 3 * mib);
+}
+
+TEST_F(JsonAnswersOnAFullDisk, RefuseAnAnswerAboveTheShareOfAFarm)
+{
+    try {
+        answerOf(manyItems);
+        ADD_FAILURE() << "not refused";
+    } catch (const std::system_error& error) {
+        EXPECT_EQ(error.code().value(), ENOSPC);
+    }
+    auto held = std::make_optional(answerOf(fittingItems));
+    EXPECT_THROW(answerOf(fittingItems - 1), http::Problem);
+    held.reset();
+    EXPECT_TRUE(answerOf(fittingItems - 1).source);
 }
 
 } // namespace

@@ -80,14 +80,23 @@ protected:
 
     Context contextWith(content::Contents& contentsOfInstance)
     {
-        return {database,       contentsOfInstance,
-                digestLocks,    ownUploads,
-                integrity,      broker,
-                accounts,       clock,
-                filePool,       filePool,
-                reserve,        answerFiles,
-                transferMemory, context.scratchFolder,
-                &reserve,       {}};
+        return {database,
+                contentsOfInstance,
+                digestLocks,
+                ownUploads,
+                integrity,
+                broker,
+                accounts,
+                clock,
+                filePool,
+                filePool,
+                reserve,
+                answerFiles,
+                answersInMemory,
+                transferMemory,
+                context.scratchFolder,
+                &reserve,
+                {}};
     }
 
     std::function<void()> onLook;

@@ -67,15 +67,25 @@ protected:
         database, clock, {accounts::EPasswordCost::Minimal, 5, std::chrono::hours(1)}};
     WorkPool filePool{2};
     api::AnswerFiles answerFiles;
+    api::AnswerFiles answersInMemory{8 * 200 * 1024};
     api::TransferMemory transferMemory;
-    api::Context context{database,       folderContents,
-                         digestLocks,    activeUploads,
-                         integrity,      broker,
-                         accounts,       clock,
-                         filePool,       filePool,
-                         reserve,        answerFiles,
-                         transferMemory, folder.Path() / "uploads",
-                         &reserve,       {}};
+    api::Context context{database,
+                         folderContents,
+                         digestLocks,
+                         activeUploads,
+                         integrity,
+                         broker,
+                         accounts,
+                         clock,
+                         filePool,
+                         filePool,
+                         reserve,
+                         answerFiles,
+                         answersInMemory,
+                         transferMemory,
+                         folder.Path() / "uploads",
+                         &reserve,
+                         {}};
     store::User user;
     store::Inbox inbox;
 };
