@@ -330,9 +330,9 @@ class Reserve(DiskTest):
         self.end()
 
     def test_large_answers_leave_the_reserve_to_the_reports(self):
-        for user, consoles in (("olga", 250), ("piet", 100)):
+        for user, consoles in (("olga", range(250)), ("piet", range(250, 350))):
             with contextlib.closing(log_in(self.service, user)) as client:
-                for number in range(consoles):
+                for number in consoles:
                     client.request("PUT", "/environment", 204, json=self.report(number))
         anna, otto = log_in(self.service, "anna"), log_in(self.service, "otto")
         self.addCleanup(anna.close)
