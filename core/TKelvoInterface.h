@@ -20,7 +20,7 @@
 //   loginInProgress             login in progress                   logged in, login failed
 //   fileOperationInProgress     transfer or deletion requested,     their completions, checks
 //                               checks or inbox set-up running      complete, set-up complete
-//   cancelRequested             cancel requested, logged out        every request, set-up progress
+//   cancelRequested             cancel requested, logged out        login or new operation, worker
 //
 // The order of the virtual operations and of the signals and slots is part of the contract.
 class TKelvoInterface : public QObject

@@ -4,7 +4,7 @@
 #include "worker/ReferenceIndex.h"
 #include "worker/TKelvoThreadObject.h"
 
-// Does not refresh the listing: the service's change reports bring a new listing.
+// Does not refresh the listing: the SDK reports each change, which refreshes it.
 void TKelvoThreadObject::OnDeleteFromKelvo(int fromProject, QStringList filesToDelete,
                                            KelvoFileInfoList referenceFileInfoList)
 {

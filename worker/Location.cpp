@@ -56,7 +56,7 @@ void TKelvoThreadObject::OnGPSLost(bool isLost)
     }
     if (isLost) {
         EndLocationSharing();
-        // Sends the last known position before sharing ends.
+        // Sends the last known position, after the report that the receiver is disconnected.
         OnShareCurrentLocationWithKelvo();
     } else {
         PrepareForLocationSharing();

@@ -26,14 +26,14 @@ struct EnterpriseResourceWithContent;
 // deletion, by synchronous calls of the SDK.
 //
 // Thread: constructed on the main thread. Then it lives on its thread "KelvoThread", where all its
-// slots run one after the other. Only the hub's queued signals start its operations. It reads the
-// hub's logged-in flag and cancel request directly.
+// slots run one after the other. Signals start its operations: from the hub, the SDK's listener,
+// the GPS coordinator and the timer. It reads the hub's logged-in flag and cancel request directly.
 // Ownership: the root object owns the worker. The worker owns the SDK connection and the
 // notification manager, and deletes the hub in Finalize().
 // Errors: if no SDK connection can be created, the worker connects no signals and every slot
-// returns at once. Each duty has a .cpp file: TKelvoThreadObject (life and connections), Session,
-// Inboxes, Listing, Upload, Download, Delete, Location. The order of signals and slots is part of
-// the contract.
+// returns at once.
+// Each duty has a .cpp file: TKelvoThreadObject (life and connections), Session, Inboxes, Listing,
+// Upload, Download, Delete, Location. The order of signals and slots is part of the contract.
 class TKelvoThreadObject : public TThreadedObject
 {
     Q_OBJECT

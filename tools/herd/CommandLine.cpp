@@ -75,7 +75,7 @@ void addHerd(CLI::App& app, Options& options)
         ->capture_default_str();
     for (std::size_t i = 0; i < actionCount; ++i) {
         app.add_option(actionRows[i].option, options.rates[i],
-                       std::string(actionRows[i].meaning) + ", of each in an hour")
+                       std::string(actionRows[i].meaning) + ", per hour for each console or office")
             ->check(CLI::Range(0.0, 360'000.0))
             ->capture_default_str();
     }
@@ -112,7 +112,7 @@ CommandLine parseCommandLine(int argc, char** argv)
         "until --clean."};
     app.name("kelvo-herd");
     app.footer(
-        "Ctrl-C ends the load and prints the figures so far; a second one skips the checks.\n"
+        "Ctrl-C ends the load; the checks and the report follow. A second one skips the checks.\n"
         "Exit code 0: all invariants hold; 1: one is broken; 2: refused to start; 3: the checks "
         "did\n"
         "not come to their end; 4: something was not checked, the rest holds; 5: the report could\n"

@@ -67,7 +67,7 @@ public:
     bool isStreamOpen() const { return isStreamOpen_; }
     /** The begin of the stream that is open or was open last. */
     Clock::time_point openSince() const { return openSince_; }
-    /** Whether the console has read a snapshot and a stream. */
+    /** Whether the console has read a snapshot, and its stream has been open once. */
     bool isReady() const { return isReady_; }
     /** Whether the run ended before the console's login. */
     bool isAbsent() const { return isAbsent_; }

@@ -69,7 +69,7 @@ Async<void> FinalCheck::checkFarm(std::size_t number)
 {
     Farm& farm = farms_[number];
     Identity office = farm.members.front()->identity();
-    office.isLoggingIn = false; // only the console's lines do it, and they end it for the console
+    office.isLoggingIn = false; // the copy logs in itself: it is not told when the console has
     Line line(run_.network, office, farm.members.front()->place().number);
     const auto listed = co_await compare(line, farm);
     if (!listed) {

@@ -223,7 +223,7 @@ Async<void> Herd::logOut()
             try {
                 co_await console.logOut();
             } catch (const GivenUp&) {
-                // The session ends by its age.
+                // The session expires.
             }
         }
     };

@@ -70,7 +70,7 @@ struct ListedFile
 };
 
 /**
- * The uploads of one farm. Memory: about 80 bytes for each file. Thread: one. The events of a file
+ * The uploads of one farm. Memory: about 100 bytes for each file. Thread: one. The events of a file
  * may come before the answer to its upload.
  */
 class Ledger

@@ -74,7 +74,7 @@ public:
     Async<Answer> attempt(EKind kind, const Request& request);
 
     /**
-     * Attempts until the service has done it. The latency runs from `begin`. Throws GivenUp after
+     * Repeats the request until it succeeds. The latency runs from `begin`. Throws GivenUp after
      * the last attempt, after stop(), and if the service refuses for a reason that does not pass.
      */
     Async<Answer> call(EKind kind, const Request& request, Clock::time_point begin,
@@ -124,7 +124,7 @@ private:
     bool isStopped_ = false;
 };
 
-/** Whether a repeat may get another answer: none came, or the service is busy. */
+/** Whether a repeat may succeed: no answer came, the session has ended, or the service is busy. */
 bool mayPass(const Answer& answer);
 
 } // namespace herd

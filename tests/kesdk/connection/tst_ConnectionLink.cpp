@@ -88,7 +88,7 @@ TEST_F(ConnectionLink, TriesLessOftenIfTheServiceIsReachedButRefuses)
     EXPECT_EQ(time->Sleeps().back(), std::chrono::seconds(15)) << "half of the longest pause";
 }
 
-TEST_F(ConnectionLink, DropsAStreamThatMissesTwoHeartbeats)
+TEST_F(ConnectionLink, DropsASilentStreamBeforeTheSecondMissingHeartbeat)
 {
     LogIn();
     const impl::HttpLimits limits = service.Requests().back().request.limits;

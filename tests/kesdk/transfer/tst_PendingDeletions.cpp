@@ -94,7 +94,7 @@ protected:
 
 } // namespace
 
-TEST_F(PendingDeletionsTest, IgnoresAResultThatIsQueuedForDeletion)
+TEST_F(PendingDeletionsTest, IgnoresAResultWithAPendingDeletion)
 {
     const std::int64_t queuedCopy = CommitWithoutAnswer();
     NewPendingDeletions().Add(call, CopiesOf({queuedCopy}, kContent));
@@ -118,7 +118,7 @@ TEST_F(PendingDeletionsTest, IgnoresAResultWhoseDeletionFails)
         << "the wrong copy is deleted after the second answer";
 }
 
-TEST_F(PendingDeletionsTest, IgnoresAResultThatIsQueuedForDeletionWithoutAJournal)
+TEST_F(PendingDeletionsTest, IgnoresAResultWithAPendingDeletionWithoutAJournal)
 {
     const std::int64_t queuedCopy = CommitWithoutAnswer();
     std::filesystem::remove(std::filesystem::directory_iterator(state.Path("own"))->path());
@@ -128,7 +128,7 @@ TEST_F(PendingDeletionsTest, IgnoresAResultThatIsQueuedForDeletionWithoutAJourna
     EXPECT_NE(sent.value.at(0).id, queuedCopy);
 }
 
-TEST_F(PendingDeletionsTest, GivesUpWhenTheServiceOnlyRepeatsAResultThatIsQueuedForDeletion)
+TEST_F(PendingDeletionsTest, GivesUpWhenTheServiceOnlyRepeatsAResultWithAPendingDeletion)
 {
     const std::int64_t earlier = service.AddFile(inbox, "report.txt", kContent);
     for (int i = 0; i < 50; ++i) {

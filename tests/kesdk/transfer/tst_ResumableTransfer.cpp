@@ -88,7 +88,7 @@ TEST_F(ResumableTransferTest, EndsFiveMinutesAfterTheLastProgress)
     EXPECT_EQ(transfer.OffsetBytes(), 11);
 }
 
-TEST_F(ResumableTransferTest, TakesBytesThatArriveAgainForNoProgress)
+TEST_F(ResumableTransferTest, DoesNotCountBytesThatArriveAgainAsProgress)
 {
     ResumableTransfer transfer(timing, givenUp, abort);
     EXPECT_TRUE(transfer.Reach(100));

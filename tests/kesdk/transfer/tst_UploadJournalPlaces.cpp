@@ -42,8 +42,8 @@ TEST_F(UploadJournalTest, RemovesTheJournalOnceTheFileIsGone)
     EXPECT_EQ(JournalCount(), 0u);
 }
 
-// A look at a dead medium may block for ever.
-TEST_F(UploadJournalTest, LooksAtNoOtherFolderAndNotAtItsEnd)
+// On a dead medium the check may block for ever.
+TEST_F(UploadJournalTest, ChecksForRemovedFilesOnlyInTheFolderOfTheNextUpload)
 {
     {
         Uploads process{api, timing, state.Path("own"), wallTimeS};

@@ -1,4 +1,4 @@
-"""The bytes on the way in one direction, as a modem's queue and the air hold them."""
+"""The bytes on the way in one direction."""
 
 import asyncio
 import collections

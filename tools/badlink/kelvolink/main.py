@@ -16,7 +16,7 @@ from .proxy import Proxy
 ERROR, USAGE_ERROR = 1, 2
 EPILOG = """\
 SCENARIO is the name of a shipped scenario or a file; badlink.md explains its keys. With the same scenario and seed,
-the third connection has the same plan in every run. SIGTERM or Ctrl-C ends the proxy and resets the open connections.
+connection N has the same plan in every run. SIGTERM or Ctrl-C ends the proxy and resets the open connections.
 Exit status: 0, 1 after an error, 2 after an error in the command line.
 """
 

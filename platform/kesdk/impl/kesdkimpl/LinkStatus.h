@@ -53,7 +53,7 @@ struct TransferStatus
     // decrease.
     std::int64_t doneBytes = 0;
     std::int64_t totalBytes = 0;
-    // Mean of the last 10 s; empty until bytes have moved for 2 s.
+    // Mean of the last 10 s. Empty in the first 2 s, and while the phase is not eMoves.
     std::optional<std::int64_t> bytesPerSecond;
     // When the transfer is given up if no byte moves, as Moment::wallS.
     std::int64_t waitsUntilS = 0;

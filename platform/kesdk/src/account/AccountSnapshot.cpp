@@ -34,7 +34,7 @@ ResourceChanges AccountSnapshot::Replace(AccountRecord account)
     const std::lock_guard lock(m_mutex);
     ResourceChanges changes = Differences(m_state, state);
     m_state = std::move(state);
-    m_oldestNews = ToInteger(m_state.cursor).value_or(0);
+    m_lastIncluded = ToInteger(m_state.cursor).value_or(0);
     m_newestEventOfFile.clear();
     m_goneBeforeEvent.clear();
     m_removedByEvent.clear();
@@ -72,7 +72,7 @@ ResourceChanges AccountSnapshot::ApplyEvent(const AccountEvent& event)
     return {};
 }
 
-// Ids are numbers; later events have higher ones. Sets the cursor too: the newest event so far.
+// Whether the snapshot already has this event or a newer one of its file. Also moves the cursor.
 bool AccountSnapshot::IsOld(const AccountEvent& event)
 {
     const std::optional<std::int64_t> number = ToInteger(event.id);
@@ -81,13 +81,13 @@ bool AccountSnapshot::IsOld(const AccountEvent& event)
         m_state.cursor = event.id;
     if (!number)
         return false;
-    if (*number <= m_oldestNews)
+    if (*number <= m_lastIncluded)
         return true;
     if (event.kind != EAccountEvent::eFileAdded && event.kind != EAccountEvent::eFileRemoved)
         return false;
     if (m_newestEventOfFile.size() >= kMostRemembered) {
         m_newestEventOfFile.clear();
-        m_oldestNews = cursor;
+        m_lastIncluded = cursor;
     }
     std::int64_t& newest = m_newestEventOfFile[event.file.id];
     return *number <= std::exchange(newest, std::max(newest, *number));

@@ -21,9 +21,9 @@ using ResourceChange = api::IResourceChangeNotification::ResourceChange;
 using ResourceChanges = std::vector<ResourceChange>;
 
 // The account as the service last described it. Updates come from the event stream and from the
-// answers to our own requests, in any order. Every patch returns its changes: the second report of
-// a change returns none. Events may come twice, late or in another order: each file ends as its
-// newest event describes it.
+// answers to our own requests, in any order. Each update returns the changes that it made: none, if
+// the snapshot had them already. Events may come twice, late or in another order: each file ends as
+// its newest event describes it.
 //
 // Thread safety: safe.
 class AccountSnapshot
@@ -92,7 +92,7 @@ private:
     mutable std::mutex m_mutex; // guards everything below
     State m_state;
     std::uint64_t m_generation = 0;
-    std::int64_t m_oldestNews = 0; // the snapshot contains all events up to this one
+    std::int64_t m_lastIncluded = 0; // the snapshot contains all events up to this one
     std::unordered_map<std::int64_t, std::int64_t> m_newestEventOfFile;
     // Files that our own request found removed, before the stream reported the removal. An older
     // event may still add them.

@@ -33,9 +33,9 @@ struct CallPolicy
     HttpLimits limits; // the limits of each attempt
 };
 
-// A comment of the event stream comes every 60 s. The stream may miss one comment. It counts as
-// dead before the second one is due. A getter's attempt ends after 9 s: if its kept connection was
-// dead, a new one has 6 s.
+// The event stream has a heartbeat every 60 s. After 118 s without a byte it counts as dead: one
+// heartbeat is missing, and the next one is nearly due. A getter's attempt ends after 9 s: if its
+// kept connection was dead, a new one has 6 s.
 constexpr CallPolicy PolicyOf(ECall call)
 {
     using namespace std::chrono_literals;
@@ -99,7 +99,7 @@ constexpr std::chrono::seconds SearchConnectLimit(int attempt)
 }
 // After the console has begun to end, pending deletions have this time.
 inline constexpr std::chrono::seconds kDeletionLimitWhenEnding{2};
-// After a lost device report, the next reports pause for this many times the report's time.
+// After a failed device report, reports pause for this many times the time that it took.
 inline constexpr int kReportPauseFactor = 5;
 inline constexpr std::chrono::seconds kLongestReportPause{10};
 

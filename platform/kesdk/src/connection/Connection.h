@@ -111,8 +111,8 @@ private:
     bool SendDevice(const Operation& operation, const api::Environment::MeasDeviceReport& report,
                     bool sharing);
 
-    // Ends last: frees OpenSSL's data of the caller's thread. This thread may run until the process
-    // ends and OpenSSL has gone.
+    // Destroyed last. Frees OpenSSL's data of the caller's thread, because this thread may end
+    // after OpenSSL's own clean-up.
     struct CryptoOfTheThread
     {
         ~CryptoOfTheThread();

@@ -14,10 +14,10 @@
 
 namespace kesdk::impl {
 
-// A mailbox that keeps only the latest position. Networks drop silent connections, and the last
-// position before the console stops comes only once. So if the link drops a position, the sender
-// puts it back. It sends the position once more on a new connection, unless the mailbox has a newer
-// one. At most one position is in the mailbox, and one is being sent.
+// A mailbox that keeps only the latest position. If the link drops a position, the sender puts the
+// position back. It sends the position once more on a new connection, unless the mailbox has a
+// newer one. Otherwise the last position before a stop would be lost if the network has dropped the
+// silent connection. At most one position is in the mailbox, and one is being sent.
 //
 // The fetches follow a position that was sent, because the connection is open then. Without
 // positions, they are sent when no transfer has run for 10 s. While a transfer runs, they wait.

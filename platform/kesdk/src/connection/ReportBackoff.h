@@ -11,9 +11,9 @@
 
 namespace kesdk::impl {
 
-// After the link dropped a report, each next report gets one attempt of 2 s. Before that attempt
-// there is a pause, which grows with the time of the failure. So a receiver whose fix comes and
-// goes without a network takes a small part of the caller's time.
+// After a report that the link dropped, further reports fail at once: for five times the time that
+// the report took, 10 s at most. Then each gets one attempt of 2 s. So a receiver whose fix comes
+// and goes without a network takes a small part of the caller's time.
 //
 // Thread: the caller's.
 class ReportBackoff

@@ -41,7 +41,7 @@ void SessionState::LinkLost(std::int32_t id, const Failure& failure)
     const std::lock_guard lock(m_mutex);
     if (id != m_id || !HasSession())
         return;
-    // The answer was a contact. A failure of the link itself is on the board already.
+    // The board took the answer as a contact, so it needs the refusal. It has the link's failures.
     if (failure.httpStatus != 0)
         m_board.NoteRefusedStream();
     if (m_phase == EPhase::eLive)

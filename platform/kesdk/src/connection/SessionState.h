@@ -19,7 +19,7 @@ struct SessionKey
     std::string token;
 };
 
-//            Begin                Established              LinkLost
+//            Begin                Established       LinkLost, LinkRestored
 //   none ───────────► inFlight ───────────────► live ◄──────────────► linkLost
 //    ▲  ▲──(Failed)──────┘   ▲──(Begin)───────────┴──────────┐───────────┘ │
 //    └──(End)────────────────┴──(End, Lost)──────────────────┴─────────────┘

@@ -17,7 +17,7 @@ namespace {
 constexpr std::int64_t kLongestUseS =
     std::int64_t{15} * 365 * kDayS; // for a console whose software is never updated
 
-// A failure is a time that this process cannot express.
+// -1 if this process cannot express the time of the clock.
 std::int64_t WallTimeS()
 {
     timespec now{};

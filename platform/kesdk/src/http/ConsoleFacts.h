@@ -31,8 +31,8 @@ ConsoleFacts RealConsoleFacts();
 // After a longer sleep, the network has forgotten the connections.
 inline constexpr std::chrono::seconds kLongSleep{10};
 
-// Whether this time is wrong: before the build of this library, long after it, or other than the
-// time that the service sent.
+// Whether this time is wrong: more than a day before the build of this library, 15 years after it,
+// or more than a day off the time that the service sent.
 bool IsClockWrong(std::int64_t wallTimeS, const std::optional<std::int64_t>& toldTimeS);
 
 } // namespace kesdk::impl

@@ -122,7 +122,7 @@ std::int64_t CurlTransfer::ReadBytes() const
     return static_cast<std::int64_t>(head) + static_cast<std::int64_t>(body);
 }
 
-// The kernel does not tell the arrived bytes everywhere. Both numbers are of bytes on the wire.
+// Some kernels do not count the arrived bytes. Then the bytes that libcurl has read count.
 std::int64_t CurlTransfer::MovedBytes()
 {
     if (IsConnecting()) {
@@ -135,7 +135,7 @@ std::int64_t CurlTransfer::MovedBytes()
     return sent + std::max(ReadBytes(), m_arrivedBytes);
 }
 
-// A connection that the other end has forgotten looks like a silent one.
+// After a sleep or a change of the address the connection is dead, but it only looks silent.
 Failure CurlTransfer::CheckConsole(Time now)
 {
     if (m_console.asleep() - m_asleepAtStart >= kLongSleep) {

@@ -95,7 +95,7 @@ struct HttpOutcome
     // An earlier attempt may have reached the service, and its answer was lost. Libcurl too sends a
     // request again when a kept connection dies.
     bool mayHaveRunBefore = false;
-    // The link may be alive: bytes still moved at the time limit, or the console has slept.
+    // The link may be alive: bytes moved in the last third of the time limit, or the console slept.
     bool tellsNothingAboutLink = false;
 };
 

@@ -9,7 +9,7 @@ namespace kesdk::impl {
 // Performs one request at a time and keeps its connection for the next one.
 //
 // Thread safety: Perform on one thread at a time, Wake from any.
-// Errors: in HttpOutcome::failure; nothing is thrown.
+// Errors: in HttpOutcome::failure. Throws only std::bad_alloc.
 class HttpTransport
 {
 public:

@@ -28,9 +28,9 @@ namespace kesdk::impl {
 //
 // The result comes after the unpacking, perhaps in a later run. A download of the same file may
 // have a success after an error. A file that is no archive never has a result.
-//
 // A note waits for seven days. At most 1000 notes of an account are kept: a new note replaces the
-// oldest note that waits, or else the oldest note.
+// oldest note that waits, or else the oldest note. After 30 days without a write, a journal is
+// removed.
 //
 // Thread safety: safe. Errors: a note that cannot be written is kept in memory only. A journal that
 // cannot be read now is kept, and each call tries to read it again.

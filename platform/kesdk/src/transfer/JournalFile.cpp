@@ -108,10 +108,10 @@ Result<std::string> ReadJournal(const std::string& path)
         return std::move(*text);
     if (content.error == 0)
         RemoveJournal(path);
-    constexpr int kOfNow[] = {EMFILE, ENFILE, ENOMEM, EIO};
-    const bool isThere =
-        std::find(std::begin(kOfNow), std::end(kOfNow), content.error) != std::end(kOfNow);
-    return Failure(isThere ? EErrorCode::eFileUnreadable : EErrorCode::eFileMissing,
+    constexpr int kPassing[] = {EMFILE, ENFILE, ENOMEM, EIO}; // a later read may succeed
+    const bool mayPass =
+        std::find(std::begin(kPassing), std::end(kPassing), content.error) != std::end(kPassing);
+    return Failure(mayPass ? EErrorCode::eFileUnreadable : EErrorCode::eFileMissing,
                    std::string("the journal: ") + std::strerror(content.error));
 }
 

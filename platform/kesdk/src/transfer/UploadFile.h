@@ -35,11 +35,11 @@ public:
     // The digest of the whole file as it was first read. Reads the bytes that were not sent.
     Result<Sha256::Digest> Digest(const AbortCheck& abort);
 
-    // Whether the path and the open file are as they were at Open.
+    // Whether inode, size and dates of the path and of the open file are as they were at Open.
     bool IsUnchanged() const;
     // Whether no file has this path any more.
     bool IsRemoved() const;
-    // Whether the content of the open file is unchanged, under any path.
+    // Whether inode, size and date of the open file are unchanged, under any path.
     bool IsContentUnchanged() const;
 
 private:

@@ -31,9 +31,9 @@ struct UploadOrigin
 // object ends. A journal that is older than a week is removed.
 //
 // The journal of a finished upload stays until the sent file is gone. So a console that is killed
-// before it removes the file does not send it again. Only an upload looks for
-// removed files, and only in the folder of the file that it sends: on a dead medium a look may
-// block for ever.
+// before it removes the file does not send it again. Only an upload checks for removed files, and
+// only in the folder of the file that it sends: on a dead medium the check may block for ever. The
+// journals of an earlier process are removed by their age only.
 //
 // Thread: the caller's, one at a time.
 class UploadJournal
@@ -48,14 +48,14 @@ public:
     // there is none. Removes the journal of an earlier state of the file. Fails if a journal cannot
     // be read now: a new key could store the file twice.
     Result<std::string> RemoveOtherAndFind(const UploadOrigin& origin);
-    // The key is on the disk afterwards: two syncs.
+    // Blocks for two syncs. If no journal can be written, the key is kept in memory only.
     void Keep(const UploadOrigin& origin, const std::string& key);
     // Sets the journal's date to now, because the upload has just made progress.
     void Renew(const UploadOrigin& origin);
     void Finish(const UploadOrigin& origin);
     void Forget(const UploadOrigin& origin);
-    // Removes the journals of finished uploads from the folder whose file was removed. If the
-    // medium is away, the file does not count as removed. Checks each file once.
+    // Removes the journals of uploads that this object finished, if their file in `folder` is gone.
+    // If the medium is away, the file does not count as gone.
     void ForgetRemovedFiles(const std::string& folder);
 
 private:

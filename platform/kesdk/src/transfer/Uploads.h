@@ -24,7 +24,7 @@ namespace kesdk::impl {
 //
 //   step      answer                                       next step
 //   begin     none, and the request was never sent         begin
-//   any       none                                         ask
+//   any       none, or 429, 502, 503, 504                  ask
 //   any       409; 404 or 410 to continue                  ask
 //   continue  an offset or a result                        ask
 //   begin     an offset                                    ask

@@ -20,9 +20,9 @@ namespace kesdk::api {
 //
 // Thread safety: all operations are called from one thread (the owner's). Listeners are called on
 // the connection's own notification thread, never from inside a caller's call.
-// Blocking: every operation but Login and ReportPosition may wait for the network. The limits are
-// 10 s for connecting, 15 s in all for getters, and 2 s for Logout. A transfer lasts as long as
-// bytes move.
+// Blocking: an operation waits at most 15 s (getters and reports), 30 s (CreateUserInbox and
+// Delete) or 2 s (Logout). A transfer lasts as long as bytes move. Login, IsLoggedIn, GetProjects,
+// GetCurrentUser and ReportPosition never wait for the network.
 // Errors: a false (or empty) result leaves records in GetLastErrors(), most recent first; each
 // operation clears them when it starts. Without a session every operation fails at once, except
 // GetResourceWithContent.
@@ -46,8 +46,8 @@ public:
     virtual bool Login(const std::wstring& userName, const std::wstring& password,
                        const void* reserved, std::uint32_t reservedFlags) = 0;
 
-    // Ends the session: always on the console, and on the service if the service answers within 2
-    // s. True if there was a session; connection state 0 follows.
+    // Ends the session or the login: always on the console, and on the service if it answers within
+    // 2 s. True if there was a session or a login; connection state 0 follows.
     virtual bool Logout() = 0;
 
     // Whether there is a session. Asks no network. A lost link does not end the session.
@@ -64,8 +64,8 @@ public:
     // Afterwards no call of the listener is running or will start.
     virtual void Unsubscribe(ISubscriable* listener) = 0;
 
-    // Answered from the snapshot of the account while the event stream is open or the service does
-    // not answer. The order is the service's.
+    // Answered from the snapshot of the account, also without a link. The SDK asks the service only
+    // for a project or resource that the snapshot lacks. The order is the service's.
     virtual std::vector<EnterpriseProject> GetProjects() = 0;
     virtual std::list<EnterpriseResourceWithContent>
     GetProjectResources(std::int64_t projectId) = 0;
@@ -90,21 +90,21 @@ public:
     // Moves a file to the farm's bin.
     virtual bool Delete(std::int64_t resourceId) = 0;
 
-    // True also if the service does not answer or is busy. The SDK then keeps the latest report. It
-    // sends the report after the next operation of this session that reaches the service.
+    // True also if the service does not answer or is busy. The SDK then keeps the latest report.
+    // The session's next operation that reaches the service sends it too, which takes up to 2 s.
     virtual bool SendEnvironment(const Environment& environment) = 0;
-    // `sharing` is true for a connected device, false for a disconnected one.
+    // `sharing`: the device is connected. After a failure, reports may fail at once for up to 10 s.
     virtual bool MeasDeviceConnected(const Environment::MeasDeviceReport& report, bool sharing) = 0;
     // Non-zero on success.
     virtual std::int32_t MeasDeviceDisconnected(const Environment::MeasDeviceReport& report,
                                                 bool sharing) = 0;
 
-    // Never blocks: a mailbox keeps the latest position.
+    // Never blocks. True: there is a session. The position is sent later, unless a newer one comes.
     virtual bool ReportPosition(const Position& position) = 0;
 
-    // The check runs while an operation waits, on the thread of the operation. If it returns true,
-    // the operation fails within 1 s. Exceptions are Logout, and MeasDeviceDisconnected if the
-    // check returned true before it began: each takes 2 s at most. An empty check never aborts.
+    // The check runs while an operation waits, on its thread. If it returns true, the operation
+    // fails within 1 s. Exceptions: Logout, and MeasDeviceDisconnected that begins afterwards, take
+    // up to 2 s; Upload up to 4 s if the file changed. An empty check never aborts.
     virtual void SetAbortCheck(std::function<bool()> shouldAbort) = 0;
 };
 
