@@ -74,8 +74,10 @@ void addHerd(CLI::App& app, Options& options)
                    "Bytes per second of an upload; 0: as fast as possible")
         ->capture_default_str();
     for (std::size_t i = 0; i < actionCount; ++i) {
+        const bool isOffice = actionRows[i].role == ERole::Office;
         app.add_option(actionRows[i].option, options.rates[i],
-                       std::string(actionRows[i].meaning) + ", per hour for each console or office")
+                       std::string(actionRows[i].meaning) + ", per hour of each " +
+                           (isOffice ? "office" : "console"))
             ->check(CLI::Range(0.0, 360'000.0))
             ->capture_default_str();
     }
