@@ -21,7 +21,7 @@
 
 namespace {
 
-constexpr QSize buttonSize(170, PROPERTY_WIDGET_HEIGHT);
+constexpr QSize buttonSize(190, PROPERTY_WIDGET_HEIGHT);
 constexpr QSize restartSize(220, PROPERTY_WIDGET_HEIGHT);
 constexpr int gap = 4;
 

@@ -719,7 +719,7 @@ El servicio aún no ha listado sus archivos.</translation>
     </message>
     <message>
         <source>Driver: no data exchange</source>
-        <translation>Conductor: sin intercambio de datos</translation>
+        <translation>Conductor: sin intercambio</translation>
     </message>
     <message>
         <source>Operator: everything</source>

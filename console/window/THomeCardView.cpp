@@ -11,8 +11,6 @@
 namespace {
 
 constexpr int margin = 10;
-constexpr int leastStretch = 60; // percent
-constexpr int stretchStep = 5;
 
 QFont LabelFont(bool isBold)
 {
@@ -30,13 +28,12 @@ QLabel* MakeLabel(bool isBold)
 }
 
 // A long word gets narrower letters of the same height.
-void Narrow(QLabel& label, QFont font, int width)
+void Narrow(QLabel& label, const QFont& font, int width)
 {
-    label.setFont(font);
-    while (label.minimumSizeHint().width() > width && font.stretch() > leastStretch) {
-        font.setStretch(font.stretch() - stretchStep);
-        label.setFont(font);
-    }
+    label.setFont(hostimpl::NarrowFont(font, [&label, width](const QFont& narrow) {
+        label.setFont(narrow);
+        return label.minimumSizeHint().width() <= width;
+    }));
 }
 
 QString JoinedText(const QString& title, const QString& badge, const QString& text)

@@ -11,8 +11,6 @@ namespace {
 constexpr int iconExtent = 36;
 constexpr int gap = 8;
 constexpr int leastTextWidth = 72;
-constexpr int leastStretch = 60; // percent
-constexpr int stretchStep = 5;
 
 // Splits a text that is too wide at the last gap between two parts that fits the first line, or
 // else between two words.
@@ -44,7 +42,7 @@ QStringList Lines(const QString& text, const QFontMetrics& metrics, int width)
 // With the narrowest letters, in two lines as Lines() makes them.
 int LeastWidth(const QString& text, QFont font)
 {
-    font.setStretch(leastStretch);
+    font.setStretch(hostimpl::LEAST_STRETCH);
     const QFontMetrics metrics(font);
     int least = metrics.size(0, text).width();
     if (text.contains(QLatin1Char('\n'))) {
@@ -99,14 +97,14 @@ void TStatusItem::paintEvent(QPaintEvent*)
     painter.setPen(palette().color(QPalette::WindowText));
     const QRect textPlace = rect().adjusted(iconExtent + gap, 0, 0, 0);
     // A long text gets narrower letters of the same height. Only then the text is elided.
-    QStringList lines = Lines(m_text, fontMetrics(), textPlace.width());
-    QFont narrow = font();
-    while (lines.join(QString()).contains(QChar(0x2026)) && narrow.stretch() > leastStretch) {
-        narrow.setStretch(narrow.stretch() - stretchStep);
-        painter.setFont(narrow);
-        lines = Lines(m_text, painter.fontMetrics(), textPlace.width());
-    }
-    painter.drawText(textPlace, Qt::AlignVCenter | Qt::AlignLeft, lines.join(QLatin1Char('\n')));
+    QString lines;
+    const auto fits = [&](const QFont& narrow) {
+        lines = Lines(m_text, QFontMetrics(narrow), textPlace.width()).join(QLatin1Char('\n'));
+        return !lines.contains(QChar(0x2026));
+    };
+    painter.setFont(hostimpl::NarrowFont(font(), fits));
+    fits(painter.font());
+    painter.drawText(textPlace, Qt::AlignVCenter | Qt::AlignLeft, lines);
 }
 
 } // namespace console

@@ -46,6 +46,11 @@ public:
         List().clearSelection();
         List().SelectItems(names);
     }
+    void Search(const QString& text)
+    {
+        QCoreApplication::processEvents(); // the list's head follows a change after the change
+        QTest::keyClicks(&List(), text);
+    }
 
     TPropertyWidget& Category() const { return *Selectors().at(0); }
     TPropertyWidget& Location() const { return *Selectors().at(1); }

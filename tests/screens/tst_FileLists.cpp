@@ -30,6 +30,8 @@ private Q_SLOTS:
     void aMissingFolderGivesAnEmptyList();
     void aChangeOfCategoryRereadsTheListWithoutASelection();
     void aListingKeepsTheSelectionOfRemainingFiles();
+    void aListingKeepsSelectedNamesThatTheSearchHides();
+    void aChangeOfCategoryForgetsSelectedNamesThatTheSearchHides();
     void aListingOfAnotherCategoryChangesNothing();
     void aHiddenControllerIgnoresListings();
     void aListingRereadsALocalFolderToo();
@@ -276,6 +278,38 @@ void tst_FileLists::aListingKeepsTheSelectionOfRemainingFiles()
     f.Hub().OnNewKelvoProjectFilesList(3, ListingOf(Texts("c.zip d.zip b.zip")));
     QCOMPARE(f.Names(), Texts("c.zip d.zip b.zip"));
     QCOMPARE(f.Selected(), Texts("c.zip"));
+}
+
+void tst_FileLists::aListingKeepsSelectedNamesThatTheSearchHides()
+{
+    F f;
+    f.SetUp(true);
+    f.Show();
+    f.Hub().OnNewKelvoProjectFilesList(3, ListingOf(Texts("a.zip b.zip")));
+    f.Choose(3, F::eService);
+    f.Select(Texts("a.zip"));
+    f.Search(Text("b"));
+    f.Hub().OnNewKelvoProjectFilesList(3, ListingOf(Texts("a.zip b.zip c.zip")));
+    QVERIFY(f.Selected().isEmpty());
+    QCOMPARE(f.Buttons(), Text("D (U) X"));
+    QVERIFY(f.List().OnBackPressed());
+    QCOMPARE(f.Selected(), Texts("a.zip"));
+    QCOMPARE(f.Buttons(), Text("D+ (U+) X+"));
+}
+
+void tst_FileLists::aChangeOfCategoryForgetsSelectedNamesThatTheSearchHides()
+{
+    F f;
+    f.SetUp(true);
+    f.Show();
+    f.Hub().OnNewKelvoProjectFilesList(3, ListingOf(Texts("a.zip b.zip")));
+    f.Hub().OnNewKelvoProjectFilesList(4, ListingOf(Texts("a.zip b.zip")));
+    f.Choose(3, F::eService);
+    f.Select(Texts("a.zip"));
+    f.Search(Text("b"));
+    f.Category().SetNumericalValue(4);
+    QVERIFY(f.List().OnBackPressed());
+    QVERIFY(f.Selected().isEmpty());
 }
 
 void tst_FileLists::aListingOfAnotherCategoryChangesNothing()

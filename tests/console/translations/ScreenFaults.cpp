@@ -4,10 +4,12 @@
 #include "console/window/Geometry.h"
 #include "console/window/TIconButton.h"
 #include "host/TPropertyWidget.h"
+#include "host/TPushButton.h"
 #include "hostimpl/Display.h"
 #include "hostimpl/Theme.h"
 
 #include <QtCore/QCoreApplication>
+#include <QtCore/QHash>
 #include <QtWidgets/QAbstractButton>
 #include <QtWidgets/QLabel>
 #include <QtWidgets/QScrollBar>
@@ -37,6 +39,28 @@ QStringList SmallTargets(const QWidget& widget)
             faults << QStringLiteral("small: %1 of %2 pixels")
                           .arg(QString::fromLatin1(part->metaObject()->className()))
                           .arg(extent);
+        }
+    }
+    return faults;
+}
+
+// A line for each button whose caption is smaller than the caption of a button beside it.
+QStringList UnequalCaptions(const QWidget& widget)
+{
+    QStringList faults;
+    QHash<QWidget*, int> largest;
+    const QList<TPushButton*> buttons = widget.findChildren<TPushButton*>();
+    for (const bool isKnown : {false, true}) {
+        for (TPushButton* const button : buttons) {
+            if (!button->isVisible() || button->text().isEmpty()) {
+                continue;
+            }
+            const int size = SmallestDrawnText(*button);
+            int& found = largest[button->parentWidget()];
+            if (isKnown && size < found) {
+                faults << QStringLiteral("smaller than its neighbours: ") + button->text();
+            }
+            found = std::max(found, size);
         }
     }
     return faults;
@@ -82,6 +106,7 @@ QString Faults(QWidget& widget)
             faults << QStringLiteral("shortened: ") + button->text();
         }
     }
+    faults += UnequalCaptions(widget);
     if (SmallestDrawnText(widget) < leastPixels) {
         faults << QStringLiteral("small letters");
     }

@@ -288,7 +288,9 @@ private Q_SLOTS:
         console::TStoredSettings settings;
         settings.dataFolder = m_folder.path();
         settings.language = code;
+        TSampleSurface mini(QStringLiteral("Mini"), QSize(300, 330));
         console::TMainWindow window;
+        window.Dock().Add(&mini);
         window.AddPage(&page, QCoreApplication::translate("console::TWindowSession", "Settings"));
         window.ShowPage(&page);
         window.resize(size);
@@ -330,10 +332,16 @@ private Q_SLOTS:
             page.Show(refused);
             page.SaveButton()->click();
             QCOMPARE(page.Message(), errorText);
+            const QList<TPropertyWidget*> rows = page.findChildren<TPropertyWidget*>();
+            for (TPropertyWidget* const row : rows) {
+                console::ScrollTo(row); // only what is in view is drawn
+                QCOMPARE(Faults(*row), QString());
+            }
             QCOMPARE(Faults(window), QString());
             QVERIFY(!page.SaveButton()->visibleRegion().isEmpty());
         }
         window.RemovePage(&page);
+        window.Dock().Remove(&mini);
     }
 };
 

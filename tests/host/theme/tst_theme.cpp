@@ -119,6 +119,7 @@ private Q_SLOTS:
     void touchTargetsAreLargeEnoughOnEachDisplay();
     void largerTextsAreLarger();
     void textsAreLargeEnough();
+    void narrowLettersStayReadable();
     void qtsWidgetsFollowTheTheme();
     void visibleWidgetsFollowTheTheme();
     void iconsDiffer();
@@ -286,6 +287,18 @@ void tst_Theme::textsAreLargeEnough()
     QCOMPARE(hostimpl::ThemeFont(hostimpl::EFont::eBody).family(), QStringLiteral("DejaVu Sans"));
     QCOMPARE(QFontInfo(hostimpl::ThemeFont(hostimpl::EFont::eBody)).family(),
              QStringLiteral("DejaVu Sans"));
+}
+
+void tst_Theme::narrowLettersStayReadable()
+{
+    const QFont usual = hostimpl::ThemeFont(hostimpl::EFont::eCaption);
+    const QFont least = hostimpl::NarrowFont(usual, [](const QFont&) { return false; });
+    QCOMPARE(least.pixelSize(), usual.pixelSize());
+    QVERIFY2(4 * least.stretch() >= 3 * usual.stretch(), QByteArray::number(least.stretch()));
+    QCOMPARE(hostimpl::NarrowFont(usual, [](const QFont&) { return true; }), usual);
+    const QFont middle = hostimpl::NarrowFont(
+        usual, [&usual](const QFont& font) { return font.stretch() < usual.stretch(); });
+    QVERIFY(middle.stretch() > least.stretch());
 }
 
 void tst_Theme::qtsWidgetsFollowTheTheme()

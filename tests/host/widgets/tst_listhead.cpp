@@ -59,6 +59,8 @@ private Q_SLOTS:
     void init() { hostimpl::SetListing(hostimpl::EListing::eListed); }
     void countsTheSelectedNames();
     void showsALongCountInFull();
+    void elidesALongSearchText();
+    void namesItsSearchButton();
     void selectsAllAndNone();
     void aLockedListSelectsNothing();
     void coversNoRow();
@@ -70,6 +72,8 @@ private Q_SLOTS:
     void leavesOutSelectedNamesThatAreNotShown();
     void theEntryFieldShowsTheFocus();
     void theSearchHoldsWhenTheListIsFilledAgain();
+    void keepsHiddenSelectedNamesWhenTheListIsFilledAgain_data();
+    void keepsHiddenSelectedNamesWhenTheListIsFilledAgain();
     void theButtonEndsTheSearch();
     void backEndsTheSearch();
     void aKeyStartsTheSearch();
@@ -93,6 +97,31 @@ void tst_ListHead::showsALongCountInFull()
                  QByteArray::number(width).constData());
         QCOMPARE(label->font().stretch() < usual, width == 440);
     }
+}
+
+// The letters of a narrow list stay readable.
+void tst_ListHead::elidesALongSearchText()
+{
+    THead names(Numbered(10000));
+    names.Search(QStringLiteral("name 999 and more of it ").repeated(4));
+    names.list.resize(320, 400);
+    names.list.setFocus();
+    THead::UpdateHead();
+    const auto* const label = names.Bar().findChild<QLabel*>();
+    QVERIFY2(names.Text().endsWith(QChar(0x2026)), qPrintable(names.Text()));
+    QVERIFY(label->heightForWidth(label->width()) <= label->height());
+    QVERIFY(label->fontMetrics().size(0, names.Text()).width() <= label->width());
+    QCOMPARE(label->accessibleName(),
+             QStringLiteral("0 of 10000 selected\n0 found: ") + names.Entry().text().trimmed());
+}
+
+void tst_ListHead::namesItsSearchButton()
+{
+    THead names(fields);
+    QCOMPARE(names.SearchButton().accessibleName(), QStringLiteral("Show only names with a text"));
+    names.SearchButton().click();
+    QCOMPARE(names.SearchButton().accessibleName(), QStringLiteral("Show all names again"));
+    QVERIFY(names.All().accessibleName().isEmpty()); // its caption names it
 }
 
 void tst_ListHead::countsTheSelectedNames()
@@ -238,6 +267,40 @@ void tst_ListHead::theSearchHoldsWhenTheListIsFilledAgain()
     names.list.setFocus();
     names.UpdateHead();
     QCOMPARE(names.Text(), QStringLiteral("0 of 2 selected\n1 found: north"));
+}
+
+// A reader may look at the selection again while the list is empty.
+void tst_ListHead::keepsHiddenSelectedNamesWhenTheListIsFilledAgain_data()
+{
+    QTest::addColumn<int>("shownRow");
+    QTest::addColumn<bool>("isKept");
+    QTest::newRow("one shown, kept") << 0 << true;
+    QTest::newRow("none shown, kept") << -1 << true;
+    QTest::newRow("one shown, other names") << 0 << false;
+    QTest::newRow("none shown, other names") << -1 << false;
+}
+
+void tst_ListHead::keepsHiddenSelectedNamesWhenTheListIsFilledAgain()
+{
+    QFETCH(int, shownRow);
+    QFETCH(bool, isKept);
+    THead names(fields);
+    QObject::connect(&names.list, &QListWidget::itemSelectionChanged, &names.window,
+                     [&names] { names.list.GetSelectedTextItems(); });
+    names.Click(1);
+    names.Search(QStringLiteral("north"));
+    if (shownRow >= 0) {
+        names.Click(shownRow);
+    }
+    const QStringList shown = names.list.GetSelectedTextItems();
+    names.list.clear();
+    for (const QString& name : QStringList(QStringLiteral("new")) + fields) {
+        names.list.AddString(name, 30, 0, QIcon());
+    }
+    names.list.SelectItems(isKept ? shown : QStringList());
+    QCOMPARE(names.list.GetSelectedTextItems(), isKept ? shown : QStringList());
+    QVERIFY(names.list.OnBackPressed());
+    QCOMPARE(names.list.GetSelectedTextItems(), isKept ? shown + fields.mid(1, 1) : QStringList());
 }
 
 void tst_ListHead::theButtonEndsTheSearch()

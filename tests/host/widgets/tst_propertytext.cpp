@@ -57,6 +57,7 @@ private Q_SLOTS:
     void emitsOnlyForAChangedText();
     void emitsForEachTypedCharacter();
     void hidesAndRevealsTheText();
+    void aTouchOnTheEyeLeavesTheFocusInTheText();
     void hidesARevealedTextWhenTheRowIsHidden();
     void hasNoRevealButtonWithoutHiding();
     void theEditingStartsAtTheEndOfTheText();
@@ -107,13 +108,27 @@ void tst_PropertyText::hidesAndRevealsTheText()
     QVERIFY(EditOf(row).inputMethodHints() & Qt::ImhHiddenText);
     QVERIFY(EyeOf(row).width() >= hostimpl::TOUCH_SIZE);
     QVERIFY(EyeOf(row).height() >= hostimpl::TOUCH_SIZE);
-    const QString before = EyeOf(row).toolTip();
+    QCOMPARE(EyeOf(row).accessibleName(), QStringLiteral("Show the text"));
     QTest::mouseClick(&EyeOf(row), Qt::LeftButton);
     QCOMPARE(EditOf(row).echoMode(), QLineEdit::Normal);
-    QVERIFY(EyeOf(row).toolTip() != before);
+    QCOMPARE(EyeOf(row).accessibleName(), QStringLiteral("Hide the text"));
     EyeOf(row).OnWheelPressed();
     QCOMPARE(EditOf(row).echoMode(), QLineEdit::Password);
     QCOMPARE(row.GetTextValue(), QStringLiteral("secret"));
+}
+
+// The on-screen keyboard is open as long as the text has the focus.
+void tst_PropertyText::aTouchOnTheEyeLeavesTheFocusInTheText()
+{
+    TTextRow place;
+    QVERIFY(place.isActive);
+    place.row.setAllowHideText(true);
+    QTest::mouseClick(&EditOf(place.row), Qt::LeftButton);
+    for (const auto mode : {QLineEdit::Normal, QLineEdit::Password}) {
+        QTest::mouseClick(&EyeOf(place.row), Qt::LeftButton);
+        QCOMPARE(EditOf(place.row).echoMode(), mode);
+        QVERIFY(EditOf(place.row).hasFocus());
+    }
 }
 
 void tst_PropertyText::hidesARevealedTextWhenTheRowIsHidden()

@@ -8,6 +8,8 @@
 #include <QtGui/QFont>
 #include <QtGui/QIcon>
 
+#include <algorithm>
+
 class QPainter;
 class QRect;
 class QString;
@@ -68,6 +70,21 @@ CONSOLEHOST_EXPORT void SetTextSize(double pixelMillimetres, double factor);
 CONSOLEHOST_EXPORT QFont ThemeFont(EFont font);
 // The same typeface in another size. A size that is too small to read is enlarged.
 CONSOLEHOST_EXPORT QFont ThemeFont(int sizePixels);
+
+// The narrowest letters, in percent of the typeface's own width. Narrower letters are hard to read:
+// these have three quarters of the width of the letters of ThemeFont().
+constexpr int LEAST_STRETCH = 60;
+// `font` with letters of the same height that are narrower until `fits(font)`. The narrowest
+// letters are the result even if they do not fit.
+template <typename TFits>
+QFont NarrowFont(QFont font, const TFits& fits)
+{
+    constexpr int STEP = 5;
+    while (font.stretch() > LEAST_STRETCH && !fits(font)) {
+        font.setStretch(std::max(LEAST_STRETCH, font.stretch() - STEP));
+    }
+    return font;
+}
 
 // The console's icon of this name. The icon takes the colours of the theme at each drawing. An
 // unknown name gives a neutral icon, an empty name a null icon.

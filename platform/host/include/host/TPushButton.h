@@ -50,6 +50,7 @@ protected:
 
 private:
     void Init(const QString& toolTip);
+    void Name();
 
     QString m_background;
     QString m_selectedBackground;

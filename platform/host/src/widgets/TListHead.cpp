@@ -19,8 +19,6 @@ namespace {
 constexpr int GAP = 4;
 constexpr int TEXT_MARGIN = 10;
 constexpr int MARGINS = 24; // beside a button's caption
-constexpr int LEAST_STRETCH = 50;
-constexpr int STRETCH_STEP = 5;
 
 class TSearchField : public QLineEdit
 {
@@ -107,7 +105,7 @@ void TListHead::FitFonts()
     m_all->setFixedWidth(
         std::max({hostimpl::TOUCH_SIZE, metrics.horizontalAdvance(TListWidget::tr("All")) + MARGINS,
                   metrics.horizontalAdvance(TListWidget::tr("None")) + MARGINS}));
-    m_search->setFixedWidth(hostimpl::TOUCH_SIZE);
+    m_search->setFixedWidth(hostimpl::SMALL_TOUCH_SIZE);
     FitText();
 }
 
@@ -164,24 +162,33 @@ QString TListHead::SearchText() const
                 : TListWidget::tr("%1 hidden").arg(m_counts.selectedHidden));
 }
 
-// A long text gets narrower letters of the same height. If they are not enough, it loses its words.
+// A long text gets narrower letters of the same height. If they are not enough, it loses its words,
+// then a part of it.
 void TListHead::FitText()
 {
     layout()->activate();
     const QString more = Wanted().isEmpty() ? QString() : SearchText();
     const QString words = TListWidget::tr("%1 of %2 selected");
+    const QString full = words.arg(m_counts.selected).arg(m_counts.names) + more;
+    m_text->setToolTip(full);
+    m_text->setAccessibleName(full);
+    const auto fits = [this](const QFont& font) {
+        m_text->setFont(font);
+        return IsTextInFull();
+    };
     for (const QString& count : {words, QStringLiteral("%1/%2")}) {
         m_text->setText(count.arg(m_counts.selected).arg(m_counts.names) + more);
-        QFont font = hostimpl::ThemeFont(hostimpl::EFont::eCaption);
-        m_text->setFont(font);
-        while (!IsTextInFull() && font.stretch() > LEAST_STRETCH) {
-            font.setStretch(font.stretch() - STRETCH_STEP);
-            m_text->setFont(font);
-        }
-        if (IsTextInFull()) {
+        if (fits(hostimpl::NarrowFont(hostimpl::ThemeFont(hostimpl::EFont::eCaption), fits))) {
             return;
         }
     }
+    // The number of hidden names is at either end of its line.
+    const auto mode = m_counts.selectedHidden > 0 ? Qt::ElideMiddle : Qt::ElideRight;
+    QStringList lines = m_text->text().split(QLatin1Char('\n'));
+    for (QString& line : lines) {
+        line = m_text->fontMetrics().elidedText(line, mode, m_text->width());
+    }
+    m_text->setText(lines.join(QLatin1Char('\n')));
 }
 
 bool TListHead::IsTextInFull() const

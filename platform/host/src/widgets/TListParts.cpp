@@ -229,6 +229,33 @@ void TListWidget::TParts::SelectShown(bool isSelected)
     m_list.selectionModel()->select(selection, QItemSelectionModel::Select);
 }
 
+QStringList TListWidget::TParts::ReadSelection()
+{
+    QVector<int> rows;
+    const QItemSelection selection = m_list.selectionModel()->selection();
+    for (const QItemSelectionRange& range : selection) {
+        for (int row = range.top(); row <= range.bottom(); ++row) {
+            rows.append(row);
+        }
+    }
+    if (rows.isEmpty()) {
+        return {}; // clearing the list reads too: the last selection stays
+    }
+    std::sort(rows.begin(), rows.end());
+    m_readHidden.clear();
+    m_read = QStringList();
+    m_read.reserve(rows.size()); // an empty list needs its own memory too
+    for (const int row : qAsConst(rows)) {
+        (m_list.isRowHidden(row) ? m_readHidden : m_read).append(m_list.item(row)->text());
+    }
+    return m_read;
+}
+
+QStringList TListWidget::TParts::HiddenBeside(const QStringList& texts) const
+{
+    return texts.isSharedWith(m_read) ? m_readHidden : QStringList();
+}
+
 // ---- The text of an empty list.
 
 QString TListWidget::TParts::EmptyText() const

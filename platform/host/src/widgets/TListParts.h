@@ -32,6 +32,12 @@ public:
     // True if there was a search.
     bool EndSearch();
 
+    // The shown selected names, in the order of the list.
+    QStringList ReadSelection();
+    // The names that the search hid when the selection was read as `texts`. Only a copy of that
+    // list has them: its reader fills the list again and keeps the selection.
+    QStringList HiddenBeside(const QStringList& texts) const;
+
     // ---- The band is shown only if the current name is elided.
     void ShowFullName();
     void PlaceBand();
@@ -55,7 +61,9 @@ private:
     TListWidget& m_list;
     TListHead m_head;
     TNameBand m_band;
-    QString m_wanted;        // the searched text, folded
+    QString m_wanted;   // the searched text, folded
+    QStringList m_read; // by ReadSelection()
+    QStringList m_readHidden;
     bool m_isElided = false; // the current name
     bool m_isRefreshDue = false;
 };

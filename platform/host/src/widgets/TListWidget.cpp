@@ -73,30 +73,18 @@ void TListWidget::AddString(const QString& text, int textSize, int value, const 
 
 QStringList TListWidget::GetSelectedTextItems() const
 {
-    QVector<int> rows;
-    const QItemSelection selection = selectionModel()->selection();
-    for (const QItemSelectionRange& range : selection) {
-        for (int row = range.top(); row <= range.bottom(); ++row) {
-            if (!isRowHidden(row)) {
-                rows.append(row);
-            }
-        }
-    }
-    std::sort(rows.begin(), rows.end());
-    QStringList texts;
-    for (const int row : rows) {
-        texts.append(item(row)->text());
-    }
-    return texts;
+    return m_parts->ReadSelection();
 }
 
 // All entries are selected in one call, so that the selection signal is emitted once.
 void TListWidget::SelectItems(const QStringList& texts)
 {
-    if (texts.isEmpty()) {
+    const QStringList kept = m_parts->HiddenBeside(texts);
+    QSet<QString> wanted(texts.cbegin(), texts.cend());
+    wanted.unite(QSet<QString>(kept.cbegin(), kept.cend()));
+    if (wanted.isEmpty()) {
         return;
     }
-    const QSet<QString> wanted(texts.cbegin(), texts.cend());
     QItemSelection selection;
     int begin = -1;
     for (int row = 0; row <= count(); ++row) {

@@ -34,11 +34,12 @@ TPropertyWidget::TRow::TRow(TPropertyWidget& widget)
     connect(m_edit, &QLineEdit::textEdited, this, [this] { Q_EMIT m_widget.ValueChanged(); });
     connect(m_edit, &QLineEdit::textChanged, this, [this] { ShowClear(); });
     m_eye->hide();
+    m_eye->setFocusPolicy(Qt::TabFocus);
     connect(m_eye, &TPushButton::Clicked, this,
             [this] { ShowHidden(m_edit->echoMode() == QLineEdit::Normal); });
     m_clear->hide();
     m_clear->setIcon(hostimpl::ThemeIcon(QStringLiteral("close")));
-    m_clear->setFocusPolicy(Qt::TabFocus); // a touch leaves the focus in the text field
+    m_clear->setFocusPolicy(Qt::TabFocus);
     m_clear->installEventFilter(this);
     connect(m_clear, &TPushButton::Clicked, this, [this] {
         StartEditing();
@@ -187,6 +188,7 @@ void TPropertyWidget::TRow::OpenChoices()
     if (!m_popup.isNull() || hostimpl::IsLockedAround(m_widget) || !m_widget.isEnabled()) {
         return;
     }
+    m_widget.setFocus(Qt::MouseFocusReason);
     m_popup = new TChoicePopup(&m_widget, name, m_item);
     connect(m_popup, &TChoicePopup::Chosen, this,
             [this](double value) { m_widget.SetNumericalValue(value); });

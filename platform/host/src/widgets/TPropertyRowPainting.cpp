@@ -97,7 +97,9 @@ void TPropertyWidget::TRow::DrawValue(QPainter& painter, const QRect& place) con
     }
     hostimpl::ThemeIcon(QStringLiteral("choose"))
         .paint(&painter, arrows, Qt::AlignCenter, isOff ? QIcon::Disabled : QIcon::Normal);
-    painter.setFont(ValueFont());
+    painter.setFont(hostimpl::NarrowFont(ValueFont(), [this, &value](const QFont& font) {
+        return QFontMetrics(font).horizontalAdvance(Text()) <= value.width();
+    }));
     painter.setPen(ThemeColour(isOff         ? EColour::eOffText
                                : m_isEditing ? EColour::eSelectedText
                                              : EColour::eText));

@@ -22,7 +22,7 @@ void TPropertyWidget::TRow::ShowHidden(bool isHidden)
                                 (isHidden ? Qt::ImhHiddenText : Qt::ImhNone));
     m_eye->setIcon(
         hostimpl::ThemeIcon(isHidden ? QStringLiteral("eye") : QStringLiteral("eye-off")));
-    m_eye->setToolTip(isHidden ? TPropertyWidget::tr("Show the text")
+    m_eye->SetToolTip(isHidden ? TPropertyWidget::tr("Show the text")
                                : TPropertyWidget::tr("Hide the text"));
 }
 

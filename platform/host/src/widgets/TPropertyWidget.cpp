@@ -10,7 +10,9 @@ TPropertyWidget::TPropertyWidget(QWidget* parent, int index) : QWidget(parent)
 {
     m_row = std::make_unique<TRow>(*this);
     Q_UNUSED(index); // no row uses it yet
-    setFocusPolicy(Qt::StrongFocus);
+    // A touch on a button of the row leaves the focus in the text field. Qt would give the focus to
+    // the row.
+    setFocusPolicy(Qt::TabFocus);
     setMinimumHeight(PROPERTY_WIDGET_HEIGHT);
     m_row->SetType(eText);
 }

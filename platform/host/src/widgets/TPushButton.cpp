@@ -16,8 +16,6 @@ constexpr int EDGE = 2; // leaves place for two lines
 // button hides.
 constexpr int LEAST_LETTERS = 8;
 
-constexpr int LEAST_STRETCH = 65; // narrower letters are hard to read
-
 // The icon drawn in `colour`.
 QPixmap Tinted(const QIcon& icon, int size, const QColor& colour)
 {
@@ -28,24 +26,18 @@ QPixmap Tinted(const QIcon& icon, int size, const QColor& colour)
     return result;
 }
 
-// The caption is wrapped. If it does not fit, the smaller font is used, then narrow letters on one
-// line. If the caption still does not fit, it is elided.
+// The caption is wrapped. If it does not fit, its letters get narrower, so that they have the size
+// of the neighbours' letters. Then the smaller font is used. If the caption still does not fit, it
+// is elided.
 void DrawCaption(QPainter& painter, const QRect& place, const QString& caption)
 {
     constexpr int FLAGS = Qt::AlignCenter | Qt::TextWordWrap;
-    painter.setFont(hostimpl::ThemeFont(hostimpl::EFont::eBody));
-    if (!place.contains(painter.boundingRect(place, FLAGS, caption))) {
-        painter.setFont(hostimpl::ThemeFont(hostimpl::EFont::eCaption));
-    }
-    if (!place.contains(painter.boundingRect(place, FLAGS, caption))) {
-        QFont narrow = painter.font();
-        const int width = painter.fontMetrics().horizontalAdvance(caption);
-        const int full = narrow.stretch() > 0 ? narrow.stretch() : int(QFont::Unstretched);
-        const int fitting = full * (place.width() - 1) / std::max(width, 1);
-        narrow.setStretch(std::min(full, std::max(LEAST_STRETCH, fitting)));
-        painter.setFont(narrow);
-    }
-    if (place.contains(painter.boundingRect(place, FLAGS, caption))) {
+    const auto fits = [&](const QFont& font) {
+        painter.setFont(font);
+        return place.contains(painter.boundingRect(place, FLAGS, caption));
+    };
+    if (fits(hostimpl::NarrowFont(hostimpl::ThemeFont(hostimpl::EFont::eBody), fits)) ||
+        fits(hostimpl::NarrowFont(hostimpl::ThemeFont(hostimpl::EFont::eCaption), fits))) {
         painter.drawText(place, FLAGS, caption);
     } else {
         painter.drawText(place, Qt::AlignCenter,
@@ -114,12 +106,20 @@ void TPushButton::SetCaption(const QString& translated, const QString& untransla
 {
     m_untranslatedCaption = untranslated;
     setText(translated);
+    Name();
     updateGeometry();
+}
+
+// The tool tip names a button that has only an icon.
+void TPushButton::Name()
+{
+    setAccessibleName(text().isEmpty() ? toolTip() : QString());
 }
 
 void TPushButton::SetToolTip(const QString& toolTip)
 {
     setToolTip(toolTip);
+    Name();
 }
 
 bool TPushButton::OnWheelPressed()

@@ -13,8 +13,6 @@
 namespace {
 
 constexpr int GAP = 4;
-constexpr int LEAST_STRETCH = 60;
-constexpr int STRETCH_STEP = 5;
 
 std::optional<hostimpl::TTransferState>& Current()
 {
@@ -89,13 +87,11 @@ int TTransferProgress::TextHeight(const QFont& font, int width) const
 // Narrower letters of the same height if the text then needs fewer lines.
 QFont TTransferProgress::FontFor(int width) const
 {
-    QFont narrow = hostimpl::ThemeFont(hostimpl::EFont::eBody);
-    QFont font = narrow;
-    narrow.setStretch(LEAST_STRETCH);
-    while (font.stretch() > LEAST_STRETCH && TextHeight(font, width) > TextHeight(narrow, width)) {
-        font.setStretch(font.stretch() - STRETCH_STEP);
-    }
-    return font;
+    const QFont font = hostimpl::ThemeFont(hostimpl::EFont::eBody);
+    const QFont narrowest = hostimpl::NarrowFont(font, [](const QFont&) { return false; });
+    const int least = TextHeight(narrowest, width);
+    return hostimpl::NarrowFont(
+        font, [&](const QFont& narrow) { return TextHeight(narrow, width) <= least; });
 }
 
 void TTransferProgress::Refresh()
