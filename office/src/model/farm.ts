@@ -119,9 +119,12 @@ export function labelOf(console: ConsoleState, all: readonly ConsoleState[]): st
   return isUnique ? name : `\u2068${name}\u2069 · ${console.operator.name}`;
 }
 
-/** By the service's clock. A position may have come after the list of the consoles. */
-export const lastContactMs = ({last_contact_at, position}: ConsoleState): number =>
-  Math.max(Date.parse(last_contact_at), position ? Date.parse(position.received_at) : 0);
+/**
+ * By the service's clock. A position may have come after the list of the consoles. During an update of the service, an
+ * answer may be of a version without `last_contact_at`.
+ */
+export const lastContactMs = ({last_contact_at, environment, position}: ConsoleState): number =>
+  Math.max(...[last_contact_at, environment?.received_at, position?.received_at].map((time) => Date.parse(time ?? '') || 0));
 
 /** By the service's clock if the console's clock is ahead of it. */
 export const measuredMs = ({time_s, received_at}: Position): number => Math.min(time_s * 1000, Date.parse(received_at));

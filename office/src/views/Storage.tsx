@@ -96,10 +96,11 @@ function PersonAmount({amount, name}: {amount: Amount; name: string}) {
 }
 
 function Bar({amount: {share, fill}, name}: {amount: Amount; name: string}) {
+  const percent = Math.round(1000 * Math.min(share, 1)) / 10; // A tiny number would have an exponent.
   return (
-    <span class={`fill ${fill}`} role="meter" aria-label={name} aria-valuenow={Math.min(share, 1)} aria-valuemax={1}
+    <span class={`fill ${fill}`} role="meter" aria-label={name} aria-valuenow={percent} aria-valuemax={100}
       aria-valuetext={percentText(share)}>
-      <span style={{width: `${Math.min(share, 1) * 100}%`}} />
+      <span style={{width: `${percent}%`}} />
     </span>
   );
 }

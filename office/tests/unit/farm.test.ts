@@ -85,6 +85,8 @@ describe('the farm', () => {
     expect(lastContactMs(moved)).toBe(360_000);
     takeEvent(event('console-moved', {...move, received_at: '1970-01-01T00:07:00.000Z'}));
     expect(lastContactMs(consoles.value.get(3)!)).toBe(420_000);
+    const {last_contact_at: _, ...old} = known;
+    expect(lastContactMs(old as Console), 'of a service before an update').toBe(0);
     expect(takeEvent(event('console-moved', {...move, console: 4}))).toBe(false);
   });
 
