@@ -36,7 +36,7 @@ using namespace std::chrono_literals;
 constexpr auto transferGrace = 5s;   // the time for running transfers when the service stops
 constexpr auto stopLimit = 25s;      // of the whole stop; the packaged unit kills after 30 s
 constexpr int abandoned = 3;         // exit code; a failure while the service ran
-constexpr unsigned fewestHeads = 16; // unfinished heads of one address
+constexpr unsigned fewestHeads = 16; // unfinished heads of one address, or of the proxies
 
 /** The names in the service's own certificate. */
 std::vector<std::string> ownNames(const ServeOptions& options)
@@ -118,11 +118,13 @@ http::Limits limitsOf(const ServeOptions& options)
     limits.connections = options.connections;
     limits.connectionsPerAddress = options.connectionsPerAddress;
     limits.headsPerAddress = std::max(fewestHeads, options.connectionsPerAddress / 4);
+    limits.headsOfProxies = std::max(fewestHeads, options.connections / 2);
     limits.trustedProxies = http::AddressList(options.trustedProxies);
     limits.proxyProtocol = options.proxyProtocol;
     limits.headTime = std::chrono::seconds(options.headSeconds);
     limits.idleTime = std::chrono::seconds(options.idleSeconds);
     limits.bodyStall = std::chrono::seconds(options.stallSeconds);
+    limits.proxyStall = 60 * limits.bodyStall;
     return limits;
 }
 

@@ -72,7 +72,11 @@ Connection::Connection(std::unique_ptr<Transport> transport, Application& applic
 Async<std::optional<RequestHead>> Connection::readHead()
 {
     HeadParser parser(limits_.headBytes);
-    transport_->expireAfter(received_.empty() ? limits_.idleTime : limits_.headTime);
+    if (received_.empty()) {
+        transport_->expireAfterSent(limits_.idleTime);
+    } else {
+        transport_->expireAfter(limits_.headTime);
+    }
     state_ = received_.empty() ? EState::Idle : EState::Busy;
     for (bool first = received_.empty();; first = false) {
         if (!received_.empty()) {
@@ -188,8 +192,8 @@ Async<void> Connection::stream(Response& response)
 
 void Connection::expectProgress()
 {
-    transport_->expectProgress(stopping_ ? limits_.stopStall : limits_.bodyStall,
-                               limits_.bodyProgressBytes);
+    const auto stall = isTrustedProxy_ ? limits_.proxyStall : limits_.bodyStall;
+    transport_->expectProgress(stopping_ ? limits_.stopStall : stall, limits_.bodyProgressBytes);
 }
 
 Async<bool> Connection::sendBody(BodySource& source)
@@ -225,9 +229,10 @@ Async<bool> Connection::drainBody(BodyReader& body)
 
 Async<void> Connection::linger()
 {
-    // Closing with unread data resets the connection. Then the peer may lose our answer.
+    // Closing with unread data resets the connection. Then the peer may lose our answer. After a
+    // close, the kernel drops the rest of the answer if the peer pauses for some minutes.
     std::array<char, 4096> scratch;
-    transport_->expireAfter(limits_.lingerTime);
+    state_ = EState::Idle;
     for (IoResult result; !result.error;) {
         result = co_await transport_->readSome(asio::buffer(scratch));
     }

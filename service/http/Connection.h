@@ -77,6 +77,7 @@ private:
     enum class EState : std::uint8_t { Idle, Busy, Sending, Streaming };
 
     Async<bool> open(bool& refuse);
+    bool count(bool& refuse);
     Async<bool> serveOne(bool refuse);
     Async<std::optional<RequestHead>> readHead();
     Async<void> refuseHead(EHeadState state);
@@ -93,11 +94,12 @@ private:
     Application& application_;
     const Limits& limits_;
     PeerCounts* peers_;
-    std::optional<PeerCounts::Ticket> ticket_; // none for a trusted proxy, or without peers_
+    std::optional<PeerCounts::Ticket> ticket_; // none without peers_
     std::string received_;                     // received bytes that are not used yet
     EState state_ = EState::Idle;
     bool stopping_ = false;
     bool retired_ = false;
+    bool isTrustedProxy_ = false;
     bool peerMayBeSending_ = false; // a refused body: read on for a while before closing
 };
 

@@ -31,31 +31,40 @@ Async<void> Connection::run(bool refuse)
     for (bool more = true; more && !stopping_;) {
         more = co_await serveOne(refuse);
     }
-    transport_->expireAfter(limits_.lingerTime);
+    transport_->expireAfterSent(limits_.lingerTime);
     co_await transport_->shutdownSend();
-    if (peerMayBeSending_ && !stopping_) {
+    if ((peerMayBeSending_ || transport_->queuedBytes() > 0) && !stopping_) {
         co_await linger();
     }
     transport_->abort();
 }
 
 /**
- * Reads the proxy's header and makes the handshake. `refuse` is set if the address has too many
- * connections.
+ * Counts the connection for its present address. `refuse` is set if the address has too many
+ * connections. False: close the connection.
  */
+bool Connection::count(bool& refuse)
+{
+    if (peers_ == nullptr) {
+        return true;
+    }
+    const std::string& address = transport_->peerAddress();
+    ticket_.emplace(*peers_, address, limits_.trustedProxies.contains(address));
+    refuse = refuse || ticket_->isOverLimit();
+    return ticket_->beginHead();
+}
+
+/** Reads the proxy's header and makes the handshake. `refuse` as for count(). */
 Async<bool> Connection::open(bool& refuse)
 {
     transport_->expireAfter(limits_.headTime);
-    if (limits_.proxyProtocol && limits_.trustedProxies.contains(transport_->peerAddress())) {
-        const auto failed = co_await transport_->readProxyHeader();
-        if (failed) {
-            co_return false;
-        }
+    isTrustedProxy_ = limits_.trustedProxies.contains(transport_->peerAddress());
+    if (!count(refuse)) {
+        co_return false;
     }
-    if (peers_ != nullptr && !limits_.trustedProxies.contains(transport_->peerAddress())) {
-        ticket_.emplace(*peers_, transport_->peerAddress());
-        refuse = refuse || ticket_->isOverLimit();
-        if (!ticket_->beginHead()) {
+    if (limits_.proxyProtocol && isTrustedProxy_) {
+        const auto failed = co_await transport_->readProxyHeader();
+        if (failed || !count(refuse)) {
             co_return false;
         }
     }

@@ -25,6 +25,11 @@ struct Limits
     /** The stall timeout of a body or an answer. */
     std::chrono::milliseconds bodyStall = 60s;
     /**
+     * The stall timeout of an answer to a trusted proxy, which ends its slow clients itself. The
+     * buffers behind the service's may take nothing for many minutes, then some megabytes.
+     */
+    std::chrono::milliseconds proxyStall = 1h;
+    /**
      * Fewer bytes than this within `bodyStall` count as a stall. One byte a minute must not keep a
      * connection open. A link of 60 B/s may.
      */
@@ -39,6 +44,7 @@ struct Limits
     /** For each address; a farm's consoles share an address, a carrier's customers too. */
     std::size_t connectionsPerAddress = 1000;
     std::size_t headsPerAddress = 250; // unfinished
+    std::size_t headsOfProxies = 1000; // unfinished, of all trusted proxies together
 
     /** These peers tell the address of the client whose request they pass on. */
     AddressList trustedProxies;

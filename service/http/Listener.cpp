@@ -83,7 +83,8 @@ Listener::Listener(const std::vector<asio::io_context*>& contexts, const HostPor
       tls_(std::move(tls)),
       application_(application),
       limits_(limits),
-      peers_({limits.connectionsPerAddress, limits.headsPerAddress}),
+      peers_({limits.connectionsPerAddress, limits.headsPerAddress},
+             {limits.connections, limits.headsOfProxies}),
       acceptor_(*contexts.front())
 {
     for (asio::io_context* context : contexts) {

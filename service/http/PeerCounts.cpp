@@ -4,11 +4,13 @@
 
 namespace kelvo::http {
 
-PeerCounts::Ticket::Ticket(PeerCounts& peers, const std::string& address)
-    : peers_(peers), network_(networkOf(address))
+PeerCounts::Ticket::Ticket(PeerCounts& peers, const std::string& address, bool isProxy)
+    : peers_(peers),
+      most_(isProxy ? peers.mostOfProxies_ : peers.most_),
+      network_(isProxy ? std::string() : networkOf(address))
 {
     const std::lock_guard lock(peers_.mutex_);
-    isOverLimit_ = ++peers_.open_[network_].connections > peers_.most_.connections;
+    isOverLimit_ = ++peers_.open_[network_].connections > most_.connections;
     if (isOverLimit_) {
         ++peers_.refusedConnections_;
     }
@@ -31,7 +33,7 @@ bool PeerCounts::Ticket::beginHead()
     }
     const std::lock_guard lock(peers_.mutex_);
     Counts& counts = peers_.open_[network_];
-    if (counts.heads >= peers_.most_.heads) {
+    if (counts.heads >= most_.heads) {
         ++peers_.refusedHeads_;
         return false;
     }

@@ -12,7 +12,8 @@ namespace kelvo::http {
 
 /**
  * Bounds the connections of an address, and those of them whose handshake or request head is
- * unfinished. An IPv6 network (/64) counts as one address. Thread safe.
+ * unfinished. An IPv6 network (/64) counts as one address. All trusted proxies together count as
+ * one address; they have their own limits. Thread safe.
  */
 class PeerCounts
 {
@@ -23,14 +24,16 @@ public:
         std::size_t heads = 0; // unfinished
     };
 
-    /** The largest counts of one address. */
-    explicit PeerCounts(const Counts& most) : most_(most) {}
+    /** The largest counts of one address, and of all trusted proxies together. */
+    PeerCounts(const Counts& most, const Counts& mostOfProxies)
+        : most_(most), mostOfProxies_(mostOfProxies)
+    {}
 
     /** One connection, counted as long as the ticket lives. */
     class Ticket
     {
     public:
-        Ticket(PeerCounts& peers, const std::string& address);
+        Ticket(PeerCounts& peers, const std::string& address, bool isProxy = false);
         ~Ticket();
         Ticket(const Ticket&) = delete;
         Ticket& operator=(const Ticket&) = delete;
@@ -47,7 +50,8 @@ public:
 
     private:
         PeerCounts& peers_;
-        std::string network_;
+        const Counts& most_;
+        std::string network_; // empty for a proxy
         bool isOverLimit_ = false;
         bool hasHead_ = false;
     };
@@ -59,6 +63,7 @@ public:
 
 private:
     const Counts most_;
+    const Counts mostOfProxies_;
     std::mutex mutex_; // guards open_
     std::map<std::string, Counts> open_;
     std::atomic<std::uint64_t> refusedConnections_{0};

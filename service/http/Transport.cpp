@@ -178,9 +178,27 @@ void Transport::expireAfter(std::chrono::milliseconds limit)
 
 void Transport::expectProgress(std::chrono::milliseconds limit, std::uint64_t bytes)
 {
+    limitAfterSent_.reset();
     stallTimeout_.emplace(limit, bytes);
     takenBytes_ = wireBytes() - queuedBytes();
-    deadline_->moveTo(Steady::now() + limit);
+    checkProgressAfter(limit);
+}
+
+void Transport::expireAfterSent(std::chrono::milliseconds limit)
+{
+    if (!stallTimeout_ || queuedBytes() == 0) {
+        expireAfter(limit);
+        return;
+    }
+    limitAfterSent_ = limit;
+    stallTimeout_->restart();
+    checkProgressAfter(std::min(limit, stallTimeout_->left()));
+}
+
+void Transport::checkProgressAfter(std::chrono::milliseconds pause)
+{
+    checkPause_ = pause;
+    deadline_->moveTo(Steady::now() + pause);
 }
 
 void Transport::neverExpire()
@@ -189,7 +207,6 @@ void Transport::neverExpire()
     deadline_->moveTo(Steady::time_point::max());
 }
 
-/** Bytes that were written and that the peer has not acknowledged. */
 std::uint64_t Transport::queuedBytes()
 {
     int queued = 0;
@@ -205,15 +222,20 @@ bool Transport::extendDeadline()
     }
     const std::uint64_t queued = queuedBytes();
     const std::uint64_t taken = wireBytes() - queued;
-    stallTimeout_->count(stallTimeout_->left(), taken - takenBytes_);
+    stallTimeout_->count(checkPause_, taken - takenBytes_);
     takenBytes_ = taken;
     if (queued == 0) { // the peer cannot read more than was written
         stallTimeout_->restart();
+        if (limitAfterSent_) {
+            expireAfter(*limitAfterSent_);
+            return true;
+        }
     }
-    if (stallTimeout_->left() == std::chrono::milliseconds(0)) {
+    const std::chrono::milliseconds left = stallTimeout_->left();
+    if (left == std::chrono::milliseconds(0)) {
         return false;
     }
-    deadline_->moveTo(Steady::now() + stallTimeout_->left());
+    checkProgressAfter(std::min(left, limitAfterSent_.value_or(left)));
     return true;
 }
 

@@ -74,10 +74,17 @@ public:
      * `bytes` meanwhile, or everything written. Bytes in our own send buffer do not count.
      */
     void expectProgress(std::chrono::milliseconds limit, std::uint64_t bytes);
+    /**
+     * As expireAfter(), but the time begins when the peer has acknowledged everything written.
+     * Until then the limit of expectProgress() stays.
+     */
+    void expireAfterSent(std::chrono::milliseconds limit);
     void neverExpire();
     bool expired() const { return expired_; }
 
     std::uint64_t sentBytes() const { return sentBytes_; }
+    /** Bytes that were written and that the peer has not acknowledged. */
+    std::uint64_t queuedBytes();
     /** The address of the peer, or of the client that readProxyHeader() has read. */
     const std::string& peerAddress() const { return peerAddress_; }
     asio::any_io_executor executor() { return socket_.get_executor(); }
@@ -94,13 +101,15 @@ protected:
 private:
     struct Deadline;
 
-    std::uint64_t queuedBytes();
     bool extendDeadline();
+    void checkProgressAfter(std::chrono::milliseconds pause);
 
     std::string peerAddress_;
     std::shared_ptr<Deadline> deadline_;
     std::optional<StallTimeout> stallTimeout_; // while progress is expected
-    std::uint64_t takenBytes_ = 0;             // bytes acknowledged by the peer at the last check
+    std::optional<std::chrono::milliseconds> limitAfterSent_;
+    std::chrono::milliseconds checkPause_{0};
+    std::uint64_t takenBytes_ = 0; // bytes acknowledged by the peer at the last check
     std::uint64_t sentBytes_ = 0;
     bool expired_ = false;
     bool waits_ = true; // whether a read waits for more bytes

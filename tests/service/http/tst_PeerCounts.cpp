@@ -12,9 +12,11 @@ namespace {
 using test::HttpConnection;
 using testing::StartsWith;
 
+constexpr PeerCounts::Counts proxies{10, 1};
+
 TEST(PeerCounts, RefusesMoreConnectionsOfOneAddress)
 {
-    PeerCounts peers({2, 10});
+    PeerCounts peers({2, 10}, proxies);
     std::optional<PeerCounts::Ticket> first(std::in_place, peers, "10.0.0.1");
     const PeerCounts::Ticket second(peers, "10.0.0.1");
     EXPECT_FALSE(second.isOverLimit());
@@ -32,7 +34,7 @@ TEST(PeerCounts, RefusesMoreConnectionsOfOneAddress)
 
 TEST(PeerCounts, RefusesMoreUnfinishedHeadsOfOneNetwork)
 {
-    PeerCounts peers({10, 1});
+    PeerCounts peers({10, 1}, proxies);
     PeerCounts::Ticket first(peers, "2001:db8::1");
     PeerCounts::Ticket second(peers, "2001:db8::2");
     EXPECT_TRUE(first.beginHead());
@@ -49,6 +51,23 @@ TEST(PeerCounts, RefusesMoreUnfinishedHeadsOfOneNetwork)
     EXPECT_TRUE(first.beginHead()) << "a closed connection has no unfinished head";
 }
 
+TEST(PeerCounts, CountsAllProxiesTogether)
+{
+    PeerCounts peers({1, 1}, {10, 2});
+    PeerCounts::Ticket first(peers, "10.0.0.1", true);
+    PeerCounts::Ticket second(peers, "10.0.0.2", true);
+    PeerCounts::Ticket third(peers, "10.0.0.3", true);
+    EXPECT_FALSE(third.isOverLimit());
+    EXPECT_TRUE(first.beginHead());
+    EXPECT_TRUE(second.beginHead());
+    EXPECT_FALSE(third.beginHead());
+    EXPECT_EQ(peers.refusedHeads(), 1U);
+    PeerCounts::Ticket client(peers, "10.0.0.1");
+    EXPECT_TRUE(client.beginHead());
+    first.endHead();
+    EXPECT_TRUE(third.beginHead());
+}
+
 class CountedConnection : public HttpConnection
 {
 protected:
@@ -61,7 +80,7 @@ protected:
 
 TEST_F(CountedConnection, AnswersBusyAboveTheLimitOfAnAddress)
 {
-    PeerCounts peers({1, 10});
+    PeerCounts peers({1, 10}, proxies);
     EXPECT_THAT(talkCounted("GET / HTTP/1.1\r\nHost: h\r\n\r\n", peers),
                 StartsWith("HTTP/1.1 200 "));
     const PeerCounts::Ticket open(peers, "127.0.0.1");
@@ -74,13 +93,28 @@ TEST_F(CountedConnection, AnswersBusyAboveTheLimitOfAnAddress)
 
 TEST_F(CountedConnection, ClosesTheConnectionAboveTheLimitOfUnfinishedHeads)
 {
-    PeerCounts peers({10, 1});
+    PeerCounts peers({10, 1}, proxies);
     const std::string two = "GET / HTTP/1.1\r\nHost: h\r\n\r\nGET / HTTP/1.1\r\nHost: h\r\n\r\n";
     EXPECT_EQ(countAnswers(talkCounted(two, peers)), 2) << "each head ends before the next begins";
     PeerCounts::Ticket open(peers, "127.0.0.1");
     EXPECT_TRUE(open.beginHead());
     EXPECT_EQ(talkCounted(two, peers), "");
     EXPECT_EQ(peers.refusedHeads(), 1U);
+}
+
+TEST_F(CountedConnection, ClosesAProxysConnectionAboveTheLimitOfUnfinishedHeads)
+{
+    PeerCounts peers({10, 10}, proxies);
+    limits.trustedProxies = AddressList({"127.0.0.1"});
+    const std::string request = "GET / HTTP/1.1\r\nHost: h\r\n\r\n";
+    for (const std::string header : {"", "PROXY TCP4 192.0.2.1 192.0.2.2 1000 443\r\n"}) {
+        limits.proxyProtocol = !header.empty();
+        EXPECT_THAT(talkCounted(header + request, peers), StartsWith("HTTP/1.1 200 "));
+        PeerCounts::Ticket open(peers, "127.0.0.2", true);
+        EXPECT_TRUE(open.beginHead()) << "a finished connection still counts";
+        EXPECT_EQ(talkCounted(header + request, peers), "");
+    }
+    EXPECT_EQ(peers.refusedHeads(), 2U);
 }
 
 } // namespace

@@ -18,15 +18,22 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr std::size_t largeAnswerBytes = 64 * 1024 * 1024;
+/** More than a peer's receive buffer takes, less than it and the send buffer take together. */
+constexpr std::size_t bufferedAnswerBytes = 512 * 1024;
 
-/** Reads bodies whole at /json and piece by piece at other paths. Its answers to GET are large. */
+/**
+ * Reads bodies whole at /json and piece by piece at other paths. Its answers to GET are large,
+ * except at /buffered.
+ */
 class ReadingApplication final : public Application
 {
 public:
     Async<Response> handle(Request& request) override
     {
         if (request.head.method == "GET") {
-            co_return Response::text(std::string(largeAnswerBytes, 'x'), "text/plain");
+            const bool fits = request.head.path == "/buffered";
+            const std::size_t bytes = fits ? bufferedAnswerBytes : largeAnswerBytes;
+            co_return Response::text(std::string(bytes, 'x'), "text/plain");
         }
         if (request.head.path == "/json") {
             co_await request.body.readAll(1024 * 1024);
@@ -62,6 +69,7 @@ protected:
     {
         // Each test lowers the one limit that it tests.
         limits.headTime = limits.idleTime = limits.bodyStall = limits.jsonTime = 1h;
+        limits.proxyStall = limits.lingerTime = 1h;
     }
 
     /**
@@ -201,6 +209,65 @@ TEST_F(SlowPeers, ClosesTheConnectionOfAPeerThatReadsTheAnswerAByteAtATime)
         }
     });
     EXPECT_THAT(application.statuses, testing::ElementsAre(200U));
+}
+
+TEST_F(SlowPeers, HaveAnotherTimeForTheAnswerIfTheyAreTrustedProxies)
+{
+    limits.trustedProxies = AddressList({"127.0.0.1"});
+    limits.proxyStall = 30ms;
+    for (const std::string header : {"", "PROXY TCP4 192.0.2.1 192.0.2.2 1000 443\r\n"}) {
+        limits.proxyProtocol = !header.empty();
+        serve([&header](Transport& client) -> Async<void> {
+            co_await test::sendText(client, header + "GET / HTTP/1.1\r\nHost: h\r\n\r\n");
+        });
+    }
+    EXPECT_THAT(application.statuses, testing::ElementsAre(200U, 200U));
+}
+
+TEST_F(SlowPeers, HaveTheStallTimeoutForTheEndOfAnAnswer)
+{
+    limits.bodyStall = 30ms;
+    for (const std::string field : {"", "Connection: close\r\n"}) {
+        serve([&field](Transport& client) -> Async<void> {
+            co_await test::sendText(client,
+                                    "GET /buffered HTTP/1.1\r\nHost: h\r\n" + field + "\r\n");
+        });
+    }
+    EXPECT_THAT(application.statuses, testing::ElementsAre(200U, 200U));
+}
+
+TEST_F(SlowPeers, HaveTheIdleTimeAfterTheEndOfAnAnswer)
+{
+    limits.idleTime = limits.lingerTime = 30ms;
+    for (const std::string field : {"", "Connection: close\r\n"}) {
+        std::size_t taken = 0;
+        serve([&](Transport& client) -> Async<void> {
+            co_await test::sendText(client,
+                                    "GET /buffered HTTP/1.1\r\nHost: h\r\n" + field + "\r\n");
+            const std::string answer = co_await test::readAll(client);
+            taken = answer.size();
+        });
+        EXPECT_GT(taken, bufferedAnswerBytes);
+    }
+}
+
+TEST_F(SlowPeers, KeepTheConnectionUntilTheyHaveReadTheAnswer)
+{
+    test::TcpPair pair(loop.io());
+    Connection connection(std::move(pair.server), application, limits);
+    bool served = false;
+    const auto run = [&]() -> Async<void> {
+        co_await connection.run(false);
+        served = true;
+    };
+    loop.start(run());
+    loop.run(test::sendText(*pair.client,
+                            "GET /buffered HTTP/1.1\r\nHost: h\r\nConnection: close\r\n\r\n"));
+    loop.runUntil([this] { return !application.statuses.empty(); });
+    EXPECT_FALSE(served);
+    EXPECT_GT(loop.run(test::readAll(*pair.client)).size(), bufferedAnswerBytes);
+    pair.client->abort();
+    loop.runUntil([&served] { return served; });
 }
 
 } // namespace
