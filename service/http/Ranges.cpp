@@ -3,6 +3,8 @@
 #include "service/base/Encoding.h"
 
 #include <algorithm>
+#include <limits>
+#include <optional>
 
 namespace kelvo::http {
 
@@ -11,6 +13,14 @@ namespace {
 RangeChoice part(std::uint64_t first, std::uint64_t last)
 {
     return {ERange::Part, first, last - first + 1};
+}
+
+/** A number of more than 64 bits is beyond every file, as the largest of 64 bits is. */
+std::optional<std::uint64_t> parsePosition(std::string_view text)
+{
+    const bool isNumber = !text.empty() && text.find_first_not_of("0123456789") == text.npos;
+    const auto largest = std::numeric_limits<std::uint64_t>::max();
+    return isNumber ? std::optional(parseNumber(text).value_or(largest)) : std::nullopt;
 }
 
 RangeChoice suffix(std::uint64_t wanted, std::uint64_t sizeBytes)
@@ -35,8 +45,8 @@ RangeChoice chooseRange(std::string_view header, std::uint64_t sizeBytes)
     if (dash == std::string_view::npos) {
         return whole;
     }
-    const auto first = parseNumber(spec.substr(0, dash));
-    const auto last = parseNumber(spec.substr(dash + 1));
+    const auto first = parsePosition(spec.substr(0, dash));
+    const auto last = parsePosition(spec.substr(dash + 1));
     const bool openEnd = dash + 1 == spec.size();
     if (dash == 0) {
         return last ? suffix(*last, sizeBytes) : whole;

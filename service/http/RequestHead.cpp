@@ -1,5 +1,7 @@
 #include "service/http/RequestHead.h"
 
+#include "service/base/Encoding.h"
+
 #include <boost/asio/buffer.hpp>
 #include <boost/beast/http/empty_body.hpp>
 #include <boost/beast/http/error.hpp>
@@ -45,28 +47,51 @@ bool hasOtherVersion(std::string_view head)
            std::count(line.begin(), line.end(), ' ') == 2;
 }
 
-/** A host and a port have only these characters. An empty host is valid. */
-bool isHost(std::string_view text)
+bool hasOnly(std::string_view text, std::string_view others)
 {
-    static constexpr std::string_view others = "-._~%!$&'()*+,;=:[]";
-    return std::all_of(text.begin(), text.end(), [](char c) {
+    return std::all_of(text.begin(), text.end(), [others](char c) {
         return std::isalnum(static_cast<unsigned char>(c)) != 0 ||
                others.find(c) != std::string_view::npos;
     });
 }
 
-/** Path and query of a target, which a client of a proxy sends with scheme and host. */
-std::string_view withoutOrigin(std::string_view target)
+/** A host with or without a port. An empty host and an empty port are valid. */
+bool isHost(std::string_view text)
 {
-    for (const std::string_view scheme : {"http://", "https://"}) {
-        if (boost::beast::iequals(target.substr(0, scheme.size()), scheme)) {
-            target.remove_prefix(scheme.size());
-            target.remove_prefix(std::min(target.find_first_of("/?"), target.size()));
-            return target;
+    static constexpr std::uint64_t largestPort = 65535;
+    const bool isV6 = text.starts_with('[');
+    const std::size_t end = std::min(isV6 ? text.find(']') : text.find(':'), text.size());
+    const std::string_view name = text.substr(isV6 ? 1 : 0, isV6 ? end - 1 : end);
+    if (!hasOnly(name, isV6 ? ".:%" : "-._~%!$&'()*+,;=") || (isV6 && end == text.size())) {
+        return false;
+    }
+    const std::string_view port = text.substr(isV6 ? end + 1 : end);
+    if (port.empty() || port == ":") {
+        return true;
+    }
+    const auto number = parseNumber(port.substr(1));
+    return port.front() == ':' && number && *number <= largestPort;
+}
+
+/** A client of a proxy sends the target with scheme and host. */
+struct Target
+{
+    explicit Target(std::string_view text) : path(text)
+    {
+        for (const std::string_view scheme : {"http://", "https://"}) {
+            if (boost::beast::iequals(text.substr(0, scheme.size()), scheme)) {
+                path.remove_prefix(scheme.size());
+                const std::size_t end = std::min(path.find_first_of("/?"), path.size());
+                hasWrongHost = end == 0 || !isHost(path.substr(0, end));
+                path.remove_prefix(end);
+                return;
+            }
         }
     }
-    return target;
-}
+
+    std::string_view path; // with the query
+    bool hasWrongHost = false;
+};
 
 std::string_view viewOf(boost::beast::string_view text)
 {
@@ -108,6 +133,14 @@ HeadParser::~HeadParser() = default;
 
 EHeadState HeadParser::feed(std::string& bytes)
 {
+    if (parser_->usedBytes == 0 && bytes.starts_with("\r\n")) {
+        bytes.erase(0, 2); // some clients send an empty line after a body
+        parser_->usedBytes = 2;
+    }
+    if (parser_->usedBytes <= 2 && bytes.starts_with('\r')) {
+        const bool mayBeEmptyLine = parser_->usedBytes == 0 && bytes.size() == 1;
+        return mayBeEmptyLine ? EHeadState::Incomplete : EHeadState::Malformed;
+    }
     boost::system::error_code error;
     const std::size_t used = parser_->beast.put(boost::asio::buffer(bytes), error);
     const bool isOtherVersion = error == beast_http::error::bad_version && hasOtherVersion(bytes);
@@ -139,7 +172,7 @@ EHeadState HeadParser::checkFields() const
     const bool isOld = message.version() < http11;
     const std::size_t hosts = message.count(field::host);
     if (hosts > 1 || (hosts == 0 && !isOld) || !isHost(viewOf(message[field::host])) ||
-        !hasOneMethod(message)) {
+        Target(viewOf(message.target())).hasWrongHost || !hasOneMethod(message)) {
         return EHeadState::Malformed;
     }
     const std::size_t codings = message.count(field::transfer_encoding);
@@ -162,7 +195,7 @@ RequestHead HeadParser::take()
     if (const auto override = message[methodOverride]; !override.empty()) {
         head.method = std::string(override);
     }
-    const std::string_view target = withoutOrigin(viewOf(message.target()));
+    const std::string_view target = Target(viewOf(message.target())).path;
     const std::size_t mark = target.find('?');
     head.path = target.substr(0, mark);
     head.query = mark == std::string_view::npos ? std::string_view() : target.substr(mark + 1);

@@ -6,12 +6,15 @@ namespace kelvo::http {
 
 namespace {
 
-/** With another tag in `If-Range`, the client has a part of another content. */
+/**
+ * With another tag in `If-Range`, the client has a part of another content. Only GET has ranges.
+ */
 RangeChoice rangeFor(const Request& request, const TaggedContent& content)
 {
     const std::string_view condition = request.header("If-Range");
     const bool isOther = !condition.empty() && condition != content.tag;
-    return chooseRange(isOther ? std::string_view() : request.header("Range"), content.sizeBytes);
+    const bool isIgnored = isOther || request.head.method != "GET";
+    return chooseRange(isIgnored ? std::string_view() : request.header("Range"), content.sizeBytes);
 }
 
 } // namespace

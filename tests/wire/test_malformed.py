@@ -116,6 +116,16 @@ class Malformed(WireTest):
                 self.assertIn(status, (None, 400, 404, 405, 501, 505))
         self.alive()
 
+    def test_a_host_with_a_wrong_port_is_refused(self):
+        for host, status in (("localhost:abc", 400), ("localhost:65536", 400), ("localhost:-1", 400), ("localhost:65535", 200)):
+            with self.subTest(host=host):
+                text = self.head(f"GET {BASE}/account HTTP/1.1").replace("Host: localhost", f"Host: {host}")
+                self.send(text, expect=(status,))
+                self.send(self.head(f"GET https://{host}{BASE}/account HTTP/1.1"), expect=(status,))
+
+    def test_an_empty_line_before_a_request_is_skipped(self):
+        self.send("\r\n" + self.head(f"GET {BASE}/account HTTP/1.1"), expect=(200,))
+
     def test_a_start_line_without_a_version_is_refused_at_once(self):
         for start in ("GET / ", "GET /", "GET / HTTP", "GET", ""):
             with self.subTest(start=start):

@@ -29,25 +29,26 @@ TEST_P(Range, ChoosesTheRangeFromTheHeader)
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Headers, Range,
-                         testing::Values(Case{"", 100, ERange::Whole, 0, 100},
-                                         Case{"bytes=0-9", 100, ERange::Part, 0, 10},
-                                         Case{"bytes=0-0", 100, ERange::Part, 0, 1},
-                                         Case{"bytes=90-", 100, ERange::Part, 90, 10},
-                                         Case{"bytes=90-500", 100, ERange::Part, 90, 10},
-                                         Case{"bytes=-10", 100, ERange::Part, 90, 10},
-                                         Case{"bytes=-500", 100, ERange::Part, 0, 100},
-                                         Case{"bytes=100-", 100, ERange::Unsatisfiable, 0, 0},
-                                         Case{"bytes=-0", 100, ERange::Unsatisfiable, 0, 0},
-                                         Case{"bytes=0-", 0, ERange::Unsatisfiable, 0, 0},
-                                         Case{"bytes=-5", 0, ERange::Unsatisfiable, 0, 0},
-                                         // Any other text than one valid byte range is ignored.
-                                         Case{"bytes=9-5", 100, ERange::Whole, 0, 100},
-                                         Case{"bytes=a-b", 100, ERange::Whole, 0, 100},
-                                         Case{"bytes=-", 100, ERange::Whole, 0, 100},
-                                         Case{"bytes=5", 100, ERange::Whole, 0, 100},
-                                         Case{"bytes=0-1,5-6", 100, ERange::Whole, 0, 100},
-                                         Case{"lines=0-1", 100, ERange::Whole, 0, 100}));
+INSTANTIATE_TEST_SUITE_P(
+    Headers, Range,
+    testing::Values(
+        Case{"", 100, ERange::Whole, 0, 100}, Case{"bytes=0-9", 100, ERange::Part, 0, 10},
+        Case{"bytes=0-0", 100, ERange::Part, 0, 1}, Case{"bytes=90-", 100, ERange::Part, 90, 10},
+        Case{"bytes=90-500", 100, ERange::Part, 90, 10},
+        Case{"bytes=90-99999999999999999999", 100, ERange::Part, 90, 10},
+        Case{"bytes=-99999999999999999999", 100, ERange::Part, 0, 100},
+        Case{"bytes=99999999999999999999-", 100, ERange::Unsatisfiable, 0, 0},
+        Case{"bytes=-10", 100, ERange::Part, 90, 10}, Case{"bytes=-500", 100, ERange::Part, 0, 100},
+        Case{"bytes=100-", 100, ERange::Unsatisfiable, 0, 0},
+        Case{"bytes=-0", 100, ERange::Unsatisfiable, 0, 0},
+        Case{"bytes=0-", 0, ERange::Unsatisfiable, 0, 0},
+        Case{"bytes=-5", 0, ERange::Unsatisfiable, 0, 0},
+        // Any other text than one valid byte range is ignored.
+        Case{"bytes=9-5", 100, ERange::Whole, 0, 100},
+        Case{"bytes=a-b", 100, ERange::Whole, 0, 100}, Case{"bytes=-", 100, ERange::Whole, 0, 100},
+        Case{"bytes=5", 100, ERange::Whole, 0, 100},
+        Case{"bytes=0-1,5-6", 100, ERange::Whole, 0, 100},
+        Case{"lines=0-1", 100, ERange::Whole, 0, 100}));
 
 TEST(TagList, MatchesStronglyOrWeakly)
 {

@@ -54,9 +54,14 @@ TEST(RequestHead, NeedsOneHost)
     EXPECT_EQ(stateOf("GET / HTTP/1.1\r\n\r\n"), EHeadState::Malformed);
     EXPECT_EQ(stateOf("GET / HTTP/1.1\r\nHost: a\r\nHost: a\r\n\r\n"), EHeadState::Malformed);
     EXPECT_EQ(stateOf("GET / HTTP/1.0\r\nHost: a\r\nHost: b\r\n\r\n"), EHeadState::Malformed);
-    EXPECT_EQ(stateOf("GET / HTTP/1.1\r\nHost: a/b\r\n\r\n"), EHeadState::Malformed);
-    EXPECT_EQ(stateOf("GET / HTTP/1.1\r\nHost: a b\r\n\r\n"), EHeadState::Malformed);
-    for (const char* good : {"", "farm.example:8443", "[2001:db8::7]:443", "192.0.2.7"}) {
+    for (const char* wrong : {"a/b", "a b", "a:b", "a:65536", "a:1:2", "::1", "[::1", "[::1]443",
+                              "a]b", "a@b", "[::1]:x"}) {
+        EXPECT_EQ(stateOf("GET / HTTP/1.1\r\nHost: " + std::string(wrong) + "\r\n\r\n"),
+                  EHeadState::Malformed)
+            << wrong;
+    }
+    for (const char* good :
+         {"", "a:", "a:65535", "farm.example:8443", "[2001:db8::7]:443", "[::1]", "192.0.2.7"}) {
         EXPECT_EQ(stateOf("GET / HTTP/1.1\r\nHost: " + std::string(good) + "\r\n\r\n"),
                   EHeadState::Complete)
             << good;
@@ -74,6 +79,22 @@ TEST(RequestHead, MayHaveATargetInAbsoluteForm)
     const RequestHead head = parse("GET https://h?x=1 HTTP/1.1\r\nHost: h\r\n\r\n");
     EXPECT_EQ(head.path + " " + head.query, "/ x=1");
     EXPECT_EQ(parse("GET httpss://h/x HTTP/1.1\r\nHost: h\r\n\r\n").path, "httpss://h/x");
+    for (const char* wrong : {"http:///x", "https://h:x/", "http://u@h/"}) {
+        EXPECT_EQ(stateOf("GET " + std::string(wrong) + " HTTP/1.1\r\nHost: h\r\n\r\n"),
+                  EHeadState::Malformed)
+            << wrong;
+    }
+}
+
+TEST(RequestHead, MayFollowOneEmptyLine)
+{
+    EXPECT_EQ(parse("\r\nGET /x HTTP/1.1\r\nHost: h\r\n\r\n").path, "/x");
+    for (const char* open : {"\r", "\r\n", "\r\nGE"}) {
+        EXPECT_EQ(stateOf(open), EHeadState::Incomplete) << open;
+    }
+    for (const char* wrong : {"\r\n\r\n", "\rGET", "\r\n\r", "\n"}) {
+        EXPECT_EQ(stateOf(wrong), EHeadState::Malformed) << wrong;
+    }
 }
 
 TEST(RequestHead, TakesTheMethodFromItsOverride)
