@@ -141,7 +141,7 @@ Async<Response> deleteConsole(Context& context, Request& request)
     const store::Id console = request.id();
     auto change = [&](store::Transaction& transaction) {
         requireConsole(transaction.sql, farm, console);
-        if (store::hasSession(transaction.sql, console)) {
+        if (store::hasSession(transaction.sql, console, context.clock.expiryNow())) {
             throw Problem(EProblem::Conflict, "A session reports for the console: end it first.");
         }
         store::removeConsole(transaction, farm, console);

@@ -164,10 +164,11 @@ std::vector<std::pair<Id, Id>> silentConsoles(soci::session& sql, long long befo
 
 } // namespace
 
-bool hasSession(soci::session& sql, Id console)
+bool hasSession(soci::session& sql, Id console, ExpiryTime now)
 {
     int count = 0;
-    sql << "SELECT COUNT(*) FROM sessions WHERE console_id = :console", into(count), use(console);
+    sql << "SELECT COUNT(*) FROM sessions WHERE console_id = :console AND expires_ms > :now",
+        into(count), use(console), use(now.ms);
     return count > 0;
 }
 
@@ -175,6 +176,7 @@ void removeConsole(Transaction& transaction, Id farm, Id console)
 {
     soci::session& sql = transaction.sql;
     dropEvent(transaction, farm, lastMoveOf(sql, console));
+    sql << "UPDATE sessions SET console_id = NULL WHERE console_id = :id", use(console);
     for (const char* table : {"track", "console_devices"}) {
         sql << "DELETE FROM " << table << " WHERE console_id = :id", use(console);
     }

@@ -1,6 +1,7 @@
 // A farm's consoles: the console of a report, and the data kept for each console.
 #pragma once
 
+#include "service/base/Clock.h"
 #include "service/store/Database.h"
 #include "service/store/Records.h"
 #include "service/store/ReportTable.h"
@@ -61,12 +62,12 @@ void consolesOf(soci::session& sql, Id farm, const ConsolePart& part,
 /** The devices of a console, in the order of their hardware addresses. */
 void eachDeviceOf(soci::session& sql, Id console, const std::function<void(const Device&)>& visit);
 
-/** Whether a session reports for the console. */
-bool hasSession(soci::session& sql, Id console);
+/** Whether a session that has not expired reports for the console. */
+bool hasSession(soci::session& sql, Id console, ExpiryTime now);
 
 /**
- * Removes a console without a session, with its devices, track, fetches and the event of its last
- * move. It gets a new id if it reports again.
+ * Removes a console with its devices, track, fetches and the event of its last move. It gets a new
+ * id if it reports again.
  */
 void removeConsole(Transaction& transaction, Id farm, Id console);
 

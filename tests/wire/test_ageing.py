@@ -2,12 +2,14 @@
 database.
 """
 
+import contextlib
+import sqlite3
 import unittest
 
 from kelvowire.ageing import let_pass
 from kelvowire.farm import log_in, make_inbox, add_farms_and_users
 from kelvowire.http import Client, digest_header
-from kelvowire.service import Service
+from kelvowire.service import GUARD_SECONDS, Service
 
 
 class Ageing(unittest.TestCase):
@@ -31,6 +33,18 @@ class Ageing(unittest.TestCase):
             client = Client(service, token)
             client.get("/account", status)
             client.close()
+        service.stop()
+
+    def test_a_session_that_has_expired_keeps_no_console_until_the_clean_up(self):
+        service = self.start()
+        olga, anna = self.client(service), self.client(service, "anna")
+        olga.request("PUT", "/environment", 204, json={"timestamp_ms": 1, "console": {"hardware_address": "cab"}, "controller": {}})
+        path = f"/consoles/{anna.get('/consoles').json()['consoles'][0]['id']}"
+        anna.delete(path, 409)
+        with contextlib.closing(sqlite3.connect(service.path("kelvo.sqlite"), timeout=GUARD_SECONDS)) as database, database:
+            database.execute("UPDATE sessions SET expires_ms = created_ms WHERE console_id IS NOT NULL")
+        anna.delete(path)
+        self.assertEqual(anna.get("/consoles").json()["consoles"], [])
         service.stop()
 
     def test_unfinished_uploads_expire_after_seven_days(self):

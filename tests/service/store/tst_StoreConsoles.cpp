@@ -337,7 +337,7 @@ TEST_P(StoreConsoles, AreRemovedWithTheirReportsUntilTheyReportAgain)
         write([each](Transaction& t) { store::setDevice(t, each, "00:11", "{}", now); });
     }
     const auto isInUse = [this](store::Id which) {
-        return read([which](soci::session& sql) { return store::hasSession(sql, which); });
+        return read([which](soci::session& sql) { return store::hasSession(sql, which, {now}); });
     };
     EXPECT_TRUE(isInUse(console));
     write([](Transaction& t) { store::removeSession(t, "a"); });
@@ -354,6 +354,20 @@ TEST_P(StoreConsoles, AreRemovedWithTheirReportsUntilTheyReportAgain)
         EXPECT_THAT(track(each, {{}, {}, {}, 10}), ElementsAre());
         EXPECT_TRUE(devices(each).empty());
     }
+}
+
+TEST_P(StoreConsoles, AreRemovedWithASessionThatHasExpired)
+{
+    const store::Session session = logIn(olga, "a"); // expires at now + 1000
+    const store::Id console = report(session, "00:1b");
+    const auto isInUse = [&](long long when) {
+        return read([=](soci::session& sql) { return store::hasSession(sql, console, {when}); });
+    };
+    EXPECT_TRUE(isInUse(now + 999));
+    EXPECT_FALSE(isInUse(now + 1000));
+    write([this, console](Transaction& t) { store::removeConsole(t, farm.id, console); });
+    EXPECT_TRUE(consoles().empty());
+    EXPECT_NE(report(session, ""), console) << "the clock was set back";
 }
 
 } // namespace
