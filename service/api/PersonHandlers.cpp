@@ -11,6 +11,7 @@
 #include "service/base/Time.h"
 #include "service/http/Problem.h"
 #include "service/http/Router.h"
+#include "service/store/FetchTable.h"
 #include "service/store/FileTable.h"
 #include "service/store/InboxTable.h"
 #include "service/store/LoginPlaceTable.h"
@@ -208,6 +209,16 @@ void addFiles(soci::session& sql, const store::User& user, JsonAnswer& answer)
     });
 }
 
+void addFetches(soci::session& sql, const store::User& user, JsonAnswer& answer)
+{
+    answer.nextList("fetches");
+    store::eachFetchOf(sql, user, [&](const store::Fetch& fetch, const std::string& fileName) {
+        Json entry = {{"file", fetch.file}, {"name", fileName}};
+        addFetch(entry, fetch);
+        answer.add(entry);
+    });
+}
+
 Async<Response> exportUser(Context& context, Request& request)
 {
     const store::Session session = co_await context.accounts.authenticate(request);
@@ -225,6 +236,7 @@ Async<Response> exportUser(Context& context, Request& request)
             answer.add({{"network", network}, {"last_login_at", rfc3339(lastMs)}});
         });
         addFiles(sql, user, answer);
+        addFetches(sql, user, answer);
         answer.close();
         return answer.toResponse();
     };

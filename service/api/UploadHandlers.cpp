@@ -158,7 +158,7 @@ Async<Response> terminate(Context& context, Request& request)
 {
     const store::User user = co_await requireFarmUser(context, request);
     const store::Upload upload = co_await findUpload(context, user, request.parameter("id"));
-    co_await deleteUpload(context, request, upload);
+    co_await deleteUpload(context, request, user, upload);
     co_return Response::noContent();
 }
 

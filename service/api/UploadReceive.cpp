@@ -1,4 +1,5 @@
 // Appends the bytes of a request to an upload.
+#include "service/api/Audit.h"
 #include "service/api/Quota.h"
 #include "service/api/ReceiveBody.h"
 #include "service/api/UploadChecksum.h"
@@ -242,21 +243,21 @@ Async<Progress> stopAndInspect(Context& context, http::Request& request, store::
     co_return co_await inspectHeld(context, request, progress);
 }
 
-Async<void> deleteUpload(Context& context, http::Request& request, const store::Upload& upload)
+Async<void> deleteUpload(Context& context, http::Request& request, const store::User& user,
+                         const store::Upload& upload)
 {
     const auto hold = co_await context.activeUploads.take(upload.id, request.body);
     // The request that held the upload before may have finished it.
-    auto change = [&upload](store::Transaction& transaction) {
-        const bool removed = store::removeUnfinishedUpload(transaction, upload.id);
-        if (!removed && store::uploadById(transaction.sql, upload.id)) {
-            throw Problem(EProblem::Conflict, "The upload is finished and its files exist.");
+    auto change = [&](store::Transaction& transaction) {
+        if (!store::removeUnfinishedUpload(transaction, upload.id)) {
+            if (store::uploadById(transaction.sql, upload.id)) {
+                throw Problem(EProblem::Conflict, "The upload is finished and its files exist.");
+            }
+            throw Problem(EProblem::NotFound, "This upload does not exist.");
         }
-        return removed;
+        audit(transaction, context, request, user, {"upload-delete"});
     };
-    const bool removed = co_await context.database.write(store::Scope::farm(upload.farm), change);
-    if (!removed) {
-        throw Problem(EProblem::NotFound, "This upload does not exist.");
-    }
+    co_await context.database.write(store::Scope::farm(upload.farm), change);
     auto remove = [&context, &upload] { context.contents.removeUpload(upload.id); };
     co_await context.contentPool.run(remove);
 }

@@ -65,7 +65,8 @@ Async<Progress> receiveHeldPart(Context& context, http::Request& request, store:
 /**
  * Stops the request that works on the upload, then deletes the unfinished upload. Throws Problem.
  */
-Async<void> deleteUpload(Context& context, http::Request& request, const store::Upload& upload);
+Async<void> deleteUpload(Context& context, http::Request& request, const store::User& user,
+                         const store::Upload& upload);
 
 /**
  * Stops the request that works on the upload, then returns the size of the received part. If all

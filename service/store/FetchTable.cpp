@@ -80,6 +80,28 @@ std::optional<Fetch> lastFetchOf(soci::session& sql, Id farm, Id file)
     return query.execute(true) ? std::optional(row) : std::nullopt;
 }
 
+void eachFetchOf(soci::session& sql, const User& user,
+                 const std::function<void(const Fetch&, const std::string& fileName)>& visit)
+{
+    Fetch row;
+    row.userId = user.id;
+    row.userName = user.name;
+    std::string fileName;
+    const Id farm = user.farmId();
+    soci::statement query =
+        (sql.prepare << "SELECT t.file_id, t.console_id, t.fetched_ms, t.unpacked_ms,"
+                        " t.unpack_error, f.name FROM fetches t"
+                        " JOIN files f ON f.farm_id = t.farm_id AND f.id = t.file_id"
+                        " WHERE t.farm_id = :farm AND t.user_id = :user"
+                        " ORDER BY t.file_id, t.console_id",
+         into(row.file), into(row.console), into(row.fetchedMs), into(row.unpackedMs),
+         into(row.unpackError), into(fileName), use(farm), use(user.id));
+    query.execute();
+    while (query.fetch()) {
+        visit(row, fileName);
+    }
+}
+
 void eachFileWithFetch(soci::session& sql, InboxFiles& files, Id farm, Id inbox,
                        const std::function<void(const File&, const Fetch*)>& visit)
 {

@@ -36,6 +36,10 @@ bool takeFetch(Transaction& transaction, Id farm, const Fetch& fetch);
 /** The newest fetch of the file. */
 std::optional<Fetch> lastFetchOf(soci::session& sql, Id farm, Id file);
 
+/** The fetches by consoles under this user, in the order of the files, with the files' names. */
+void eachFetchOf(soci::session& sql, const User& user,
+                 const std::function<void(const Fetch&, const std::string& fileName)>& visit);
+
 /** As InboxFiles::each(), each file with its newest fetch or null. */
 void eachFileWithFetch(soci::session& sql, InboxFiles& files, Id farm, Id inbox,
                        const std::function<void(const File&, const Fetch*)>& visit);

@@ -72,6 +72,14 @@ class Audit(AuditTest):
                                      ("inbox-add", "olga", {"kind": "inbox", "id": inbox, "name": ""})])
         self.assertNotIn("secret name", self.service.log())
 
+    def test_a_deleted_upload_has_one_entry(self):
+        olga, anna = self.user("olga"), self.user("anna")
+        location = olga.create("secret name.zip", [make_inbox(olga)], 6, b"abc").headers["Location"]
+        for status in (204, 404):
+            olga.tus("DELETE", location, status)
+        found = [(entry["actor"]["name"], entry["object"]) for entry in self.trail(anna, "&action=upload-delete")]
+        self.assertEqual(found, [("olga", None)])
+
     def test_a_refused_change_is_not_in_the_trail(self):
         admin = self.user("admin")
         before = self.trail(admin)[0]["id"]

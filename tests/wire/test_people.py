@@ -318,21 +318,28 @@ class Person(PeopleTest):
         egon.create("half.zip", [inbox], 5)
         anna = self.user("anna")
         anna.create("to egon.zip", [inbox], 5)
+        piet = self.user("piet")
+        sent, other = (file["id"] for file in anna.put("sent.zip", [inbox, make_inbox(piet)], b"sent"))
+        piet.post("/fetches", 204, json={"fetches": [{"file": other, "age_s": 0}]})
+        egon.post("/fetches", 204, json={"fetches": [{"file": sent, "age_s": 0, "unpack_error": "damaged"}]})
         self.report(egon, 3)
-        self.report(self.user("piet"), 1)
+        self.report(piet, 1)
         for client in (egon, self.anna, self.admin):
             document = client.get(f"/users/{user}/export").json()
             self.assertEqual(document["user"]["name"], "egon")
-            self.assertEqual([entry["name"] for inbox in document["inboxes"] for entry in inbox["entries"]], ["mine.zip"])
+            self.assertEqual([entry["name"] for inbox in document["inboxes"] for entry in inbox["entries"]], ["mine.zip", "sent.zip"])
             self.assertEqual([one["current"] for one in document["sessions"]], [client is egon])
             self.assertEqual([one["network"] for one in document["networks"]], ["127.0.0.0"])
             self.assertEqual([file["name"] for file in document["bin"]], ["old.zip"])
             self.assertEqual([(one["name"], one["targets"]) for one in document["uploads"]], [("half.zip", [inbox])])
+            fetch, = document["fetches"]
+            self.assertEqual((fetch["file"], fetch["name"], fetch["fetched_by"]["user"], fetch["unpack_error"]),
+                             (sent, "sent.zip", {"id": user, "name": "egon"}, "damaged"))
             page = client.get(f"/users/{user}/track?limit=2")
             rest = client.get(page.headers["Link"].split(">")[0][1:])
             self.assertEqual([point["latitude"] for answer in (page, rest) for point in answer.json()["positions"]], [50, 51, 52])
             self.assertIsNone(rest.headers["Link"])
-        self.user("piet").get(f"/users/{user}/export", 403)
+        piet.get(f"/users/{user}/export", 403)
         self.user("otto").get(f"/users/{user}/track", 404)
 
     def moves(self, cursor):

@@ -212,7 +212,7 @@ TEST_F(FinishUpload, KeepsAFinishedUploadThatIsDeletedMeanwhile)
     std::optional<http::EProblem> refusal;
     const auto deleteIt = [&]() -> Async<void> {
         try {
-            co_await deleteUpload(context, deletion.request, upload);
+            co_await deleteUpload(context, deletion.request, user, upload);
         } catch (const http::Problem& problem) {
             refusal = problem.kind();
         }

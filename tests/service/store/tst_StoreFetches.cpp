@@ -63,6 +63,19 @@ protected:
             [&](soci::session& sql) { return store::lastFetchOf(sql, user.farmId(), file); });
     }
 
+    /** The names of the files in the user's fetches, with the consoles. */
+    std::multimap<std::string, store::Id> fetchesOf(const store::User& who)
+    {
+        return read([&who](soci::session& sql) {
+            std::multimap<std::string, store::Id> all;
+            store::eachFetchOf(sql, who, [&](const store::Fetch& fetch, const std::string& name) {
+                EXPECT_EQ(fetch.userName, who.name);
+                all.emplace(name, fetch.console);
+            });
+            return all;
+        });
+    }
+
     /** The console of each file's fetch as the inbox lists it; 0: no fetch. */
     std::map<std::string, store::Id> listed()
     {
@@ -137,6 +150,22 @@ TEST_P(StoreFetches, ListsTheFilesOfAnInboxWithTheirNewestFetch)
     EXPECT_THAT(listed(), testing::ElementsAre(Pair("a", workshop), Pair("b", 0),
                                                Pair("d", last(d)->console), Pair("e", 0)));
     EXPECT_FALSE(last(b));
+}
+
+TEST_P(StoreFetches, ListsTheFetchesOfAUser)
+{
+    const store::Id a = addFile("a");
+    const store::Id b = addFile("b");
+    take(a, workshop, 50);
+    take(a, cab, 60);
+    const store::User owner = user;
+    user = addUser(*owner.farm, "piet");
+    take(a, addConsole("third"), 70);
+    take(b, cab, 80);
+    using testing::Pair;
+    EXPECT_THAT(fetchesOf(owner),
+                testing::UnorderedElementsAre(Pair("a", workshop), Pair("a", cab)));
+    EXPECT_THAT(fetchesOf(user), testing::UnorderedElementsAre(Pair("a", cab + 2), Pair("b", cab)));
 }
 
 TEST_P(StoreFetches, ForgetsTheFetchesOfPurgedFilesAndDeletedConsoles)
