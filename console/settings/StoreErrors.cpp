@@ -45,4 +45,14 @@ QString SettingsFault(int error)
                             .arg(ReasonOf(error));
 }
 
+QString LoginFault(int error)
+{
+    return error == 0 ? QString()
+                      : QCoreApplication::translate("StoredSettings",
+                                                    "Changes of the user name, the password or the "
+                                                    "settings could not be stored: %1. They are "
+                                                    "lost when the console ends.")
+                            .arg(ReasonOf(error));
+}
+
 } // namespace console

@@ -339,6 +339,10 @@
         <translation>Die Einstellungen konnten nicht gespeichert werden: %1. Sie gehen verloren, wenn die Konsole endet.</translation>
     </message>
     <message>
+        <source>Changes of the user name, the password or the settings could not be stored: %1. They are lost when the console ends.</source>
+        <translation>Änderungen von Benutzername, Passwort oder Einstellungen konnten nicht gespeichert werden: %1. Sie gehen verloren, wenn die Konsole endet.</translation>
+    </message>
+    <message>
         <source>The data folder could not be stored: %1 cannot be written.</source>
         <translation>Der Datenordner konnte nicht gespeichert werden: %1 kann nicht geschrieben werden.</translation>
     </message>

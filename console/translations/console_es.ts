@@ -339,6 +339,10 @@
         <translation>No se pudieron guardar los ajustes: %1. Se perderán cuando termine la consola.</translation>
     </message>
     <message>
+        <source>Changes of the user name, the password or the settings could not be stored: %1. They are lost when the console ends.</source>
+        <translation>No se pudieron guardar los cambios del nombre de usuario, la contraseña o los ajustes: %1. Se perderán cuando termine la consola.</translation>
+    </message>
+    <message>
         <source>The data folder could not be stored: %1 cannot be written.</source>
         <translation>No se pudo guardar la carpeta de datos: no se puede escribir %1.</translation>
     </message>

@@ -339,6 +339,10 @@
         <translation>Les réglages n’ont pas pu être enregistrés&#xa0;: %1. Ils seront perdus à l’arrêt de la console.</translation>
     </message>
     <message>
+        <source>Changes of the user name, the password or the settings could not be stored: %1. They are lost when the console ends.</source>
+        <translation>Les modifications du nom d’utilisateur, du mot de passe ou des réglages n’ont pas pu être enregistrées : %1. Elles seront perdues à l’arrêt de la console.</translation>
+    </message>
+    <message>
         <source>The data folder could not be stored: %1 cannot be written.</source>
         <translation>Le dossier de données n’a pas pu être enregistré&#xa0;: impossible d’écrire %1.</translation>
     </message>

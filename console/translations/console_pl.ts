@@ -340,6 +340,10 @@
         <translation>Nie można zapisać ustawień: %1. Zostaną utracone po zamknięciu konsoli.</translation>
     </message>
     <message>
+        <source>Changes of the user name, the password or the settings could not be stored: %1. They are lost when the console ends.</source>
+        <translation>Nie można zapisać zmian nazwy użytkownika, hasła lub ustawień: %1. Zostaną utracone po zamknięciu konsoli.</translation>
+    </message>
+    <message>
         <source>The data folder could not be stored: %1 cannot be written.</source>
         <translation>Nie można zapisać folderu danych: nie można zapisać pliku %1.</translation>
     </message>

@@ -339,6 +339,10 @@
         <translation>Não foi possível salvar os ajustes: %1. Eles serão perdidos quando o console encerrar.</translation>
     </message>
     <message>
+        <source>Changes of the user name, the password or the settings could not be stored: %1. They are lost when the console ends.</source>
+        <translation>Não foi possível salvar as alterações do nome de usuário, da senha ou dos ajustes: %1. Elas serão perdidas quando o console encerrar.</translation>
+    </message>
+    <message>
         <source>The data folder could not be stored: %1 cannot be written.</source>
         <translation>Não foi possível salvar a pasta de dados: não é possível gravar %1.</translation>
     </message>

@@ -1,5 +1,6 @@
 #include "console/window/TWindowSession.h"
 
+#include "console/settings/StoreErrors.h"
 #include "console/settings/TAboutPage.h"
 #include "console/settings/TSettingsPage.h"
 #include "console/window/OnScreenKeyboard.h"
@@ -16,6 +17,7 @@
 #include "hostimpl/Folders.h"
 #include "hostimpl/Outcome.h"
 #include "hostimpl/PopupHost.h"
+#include "hostimpl/TConfigStore.h"
 #include "hostimpl/Theme.h"
 #include "hostimpl/Unpacking.h"
 #include "hostimpl/WindowManager.h"
@@ -169,6 +171,17 @@ void TWindowSession::OnHubEvent(const THubEvent& event)
     NoteResult(event);
     m_files.OnHubEvent(event);
     ShowLink();
+    if (event.signal == EHubSignal::eLoggedIn) {
+        CheckStoredLogin();
+    }
+}
+
+void TWindowSession::CheckStoredLogin()
+{
+    const QString fault = LoginFault(hostimpl::TConfigStore::Process().FlushAll());
+    if (!fault.isEmpty()) {
+        ShowDialog(tr("Settings"), fault);
+    }
 }
 
 // Before m_files forgets the operation.
@@ -304,12 +317,14 @@ void TWindowSession::End()
 void TWindowSession::ShowMessage(const QString& text)
 {
     m_window->Home().SetNotice(text);
-    if (m_dialog == nullptr) {
-        m_dialog = std::make_unique<TMessageDialog>(m_window.get(), tr("Plug-in"), QString(),
-                                                    TMessageDialog::eAcknowledge, false, QPixmap());
-    }
+    ShowDialog(tr("Plug-in"), text);
+}
+
+void TWindowSession::ShowDialog(const QString& title, const QString& text)
+{
+    m_dialog = std::make_unique<TMessageDialog>(m_window.get(), title, text.toHtmlEscaped(),
+                                                TMessageDialog::eAcknowledge, false, QPixmap());
     hostimpl::SetOutcome(hostimpl::EOutcomeOf::eMessage, hostimpl::EOutcome::eFailed);
-    m_dialog->SetMessage(text.toHtmlEscaped());
     m_dialog->ShowWindow(true);
 }
 

@@ -90,6 +90,9 @@ private:
     void RequestRestart();
     void Ask(const QString& text, const std::function<void()>& onYes);
     void ShowMessage(const QString& text);
+    // Tells the operator if the credentials of a login are not stored.
+    void CheckStoredLogin();
+    void ShowDialog(const QString& title, const QString& text);
 
     const TConsoleSettings m_settings;
     TStoredSettings m_stored;

@@ -1,5 +1,6 @@
 // The console's screens in each language: no text is cut off on the smallest and the usual display.
 #include "console/settings/Scrolling.h"
+#include "console/settings/StoreErrors.h"
 #include "console/settings/TSettingsPage.h"
 #include "console/translations/DrawnTexts.h"
 #include "console/translations/LongestStates.h"
@@ -31,6 +32,7 @@
 #include <QtTest/QtTest>
 #include <QtWidgets/QLabel>
 
+#include <cerrno>
 #include <memory>
 
 using console::TStoredSettings;
@@ -90,6 +92,8 @@ private Q_SLOTS:
         SetDisplay(pixels, textFactor); // the session takes the size of the test's display
         hostimpl::SetTheme(hostimpl::ETheme::eDay);
         session.Window()->resize(size);
+        QCOMPARE(Faults(*session.Dialog()), QString());
+        session.Dialog()->SetMessage(console::LoginFault(EACCES));
         QCOMPARE(Faults(*session.Dialog()), QString());
         session.Dialog()->CloseWindow();
         QCOMPARE(Faults(*session.Window()), QString());

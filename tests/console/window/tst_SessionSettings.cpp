@@ -6,6 +6,7 @@
 #include "console/window/TIconButton.h"
 #include "console/window/TLauncherBar.h"
 #include "console/window/TSessionFixture.h"
+#include "core/TKelvoInterface.h"
 #include "host/TMessageDialog.h"
 #include "host/TPropertyWidget.h"
 #include "host/TPushButton.h"
@@ -26,6 +27,12 @@
 using console::TWindowSession;
 
 Q_DECLARE_METATYPE(kesdkimpl::ESession)
+
+namespace {
+
+constexpr int passwordItem = 24290;
+
+} // namespace
 
 class TSessionSettingsTest : public TSessionFixture
 {
@@ -88,6 +95,38 @@ private Q_SLOTS:
         hostimpl::TConfigStore next;
         QCOMPARE(next.Open(file), QString());
         QCOMPARE(console::ReadStoredSettings(next).service, QStringLiteral("farm.example"));
+    }
+
+    void saysAtTheLoginThatThePasswordCouldNotBeStored_data()
+    {
+        QTest::addColumn<QString>("path");
+        QTest::newRow("the items") << m_folder.filePath(QStringLiteral("console.json"));
+        QTest::newRow("the key") << m_folder.filePath(QStringLiteral("console.json.key"));
+    }
+
+    void saysAtTheLoginThatThePasswordCouldNotBeStored()
+    {
+        QFETCH(QString, path);
+        Begin(ScreensPlugin_PATH);
+        QVERIFY(WaitForScreens());
+        ConfigManager::Instance().SetItem(passwordItem, QStringLiteral("first"), true);
+        Q_EMIT Hub()->KelvoLoggedIn();
+        QVERIFY(m_session->Dialog() == nullptr);
+        const QString aside = path + QStringLiteral(".aside");
+        QVERIFY(QFile::rename(path, aside) && QDir().mkdir(path));
+        {
+            const kelvo::test::TExpectedMessage warned(QStringLiteral("console.json"));
+            ConfigManager::Instance().SetItem(passwordItem, QStringLiteral("second"), true);
+            Q_EMIT Hub()->KelvoLoggedIn();
+            QVERIFY(warned.Count() > 0);
+        }
+        QVERIFY(QDir().rmdir(path) && QFile::rename(aside, path));
+        QVERIFY(m_session->Dialog() != nullptr && m_session->Dialog()->isVisible());
+        QVERIFY2(m_session->Dialog()->Message().contains(QStringLiteral("the password")),
+                 qUtf8Printable(m_session->Dialog()->Message()));
+        m_session->Dialog()->CloseWindow();
+        Q_EMIT Hub()->KelvoLoggedIn(); // this login stores the password
+        QVERIFY(!m_session->Dialog()->isVisible());
     }
 
     void storesTheOtherSettingsIfTheDataFolderCannotBeStored()

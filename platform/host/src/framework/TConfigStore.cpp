@@ -189,6 +189,15 @@ int TConfigStore::Flush()
     return m_fileError;
 }
 
+int TConfigStore::FlushAll()
+{
+    const QMutexLocker fileLock(&m_fileMutex);
+    if (m_isUnsaved || m_fileError != 0) {
+        WriteThrough();
+    }
+    return m_fileError == 0 && m_isUnsaved ? EIO : m_fileError;
+}
+
 // An item that cannot be sealed is left out; the other items are written.
 QString TConfigStore::WriteThrough()
 {
