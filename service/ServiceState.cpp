@@ -130,9 +130,10 @@ void ServiceState::showIn(metrics::Metrics& metrics) const
     for (const Row& row : rows) {
         metrics.show(row.name, "gauge", row.help, [&value = row.value] { return value.load(); });
     }
-    metrics.show({"kelvo_farm_bytes", "gauge", "Stored bytes of the farms that store most.",
+    metrics.show({"kelvo_farm_bytes", "gauge",
+                  "Bytes that count for the quota, of the farms that use most.",
                   [this] { return ofFarms(&store::FarmUsage::bytes); }});
-    metrics.show({"kelvo_farm_files", "gauge", "Stored files of the farms that store most.",
+    metrics.show({"kelvo_farm_files", "gauge", "Files that count for the quota, of these farms.",
                   [this] { return ofFarms(&store::FarmUsage::files); }});
 }
 

@@ -25,7 +25,7 @@ void refuseAbove(long long used, long long added, long long limit, const std::st
 void requireFiles(const Usage& usage, const Limits& limits, long long files,
                   const std::string& whose)
 {
-    refuseAbove(usage.files + usage.uploadFiles, files, limits.files,
+    refuseAbove(usage.usedFiles(), files, limits.files,
                 "The quota of files of the " + whose + " is used up.");
 }
 
@@ -34,7 +34,7 @@ void requireBytes(const Usage& usage, const Limits& limits, long long files, lon
 {
     // The product of the bytes could overflow.
     const bool isTooLong = files > 0 && bytesOfEach > limits.bytes / files;
-    if (isTooLong || usage.bytes + usage.uploadBytes > limits.bytes - files * bytesOfEach) {
+    if (isTooLong || usage.usedBytes() > limits.bytes - files * bytesOfEach) {
         throw Problem(EProblem::QuotaExceeded,
                       "The quota of bytes of the " + whose + " is used up.");
     }

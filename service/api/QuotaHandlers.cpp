@@ -44,9 +44,13 @@ Json describe(const store::Quotas& quotas)
 
 Json describe(const store::Usage& usage)
 {
-    return {{"bytes", usage.bytes},        {"files", usage.files},
-            {"bin_bytes", usage.binBytes}, {"bin_files", usage.binFiles},
-            {"uploads", usage.uploads},    {"upload_bytes", usage.uploadBytes},
+    return {{"bytes", usage.bytes},
+            {"files", usage.files},
+            {"bin_bytes", usage.binBytes},
+            {"bin_files", usage.binFiles},
+            {"uploads", usage.uploads},
+            {"upload_bytes", usage.uploadBytes},
+            {"upload_files", usage.uploadFiles},
             {"sessions", usage.sessions}};
 }
 

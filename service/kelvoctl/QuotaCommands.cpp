@@ -19,7 +19,9 @@ void printUsage(const std::string& whose, const json& usage, const json& quota)
         if (!usage.contains(name)) {
             continue;
         }
-        std::cout << "  " << usage.at(name)
+        // The quota counts the uploads in progress.
+        const std::string ofUploads = std::string("upload_") + name;
+        std::cout << "  " << usage.at(name).get<long long>() + usage.value(ofUploads, 0LL)
                   << (quota.contains(name) ? " of " + quota.at(name).dump() : "") << " " << name;
     }
     if (quota.contains("positions")) {

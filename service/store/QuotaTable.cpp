@@ -21,14 +21,20 @@ std::string toText(EQuotaScope scope)
  * An upload makes a file in each of its targets, which are a list with commas. A length that is not
  * known yet is negative; then the held bytes count.
  */
-constexpr const char* selectOpenUploads =
-    "SELECT COUNT(*), COALESCE(SUM(length_bytes * n), 0), COALESCE(SUM(n), 0) FROM"
-    " (SELECT CASE WHEN length_bytes < 0 THEN held_bytes ELSE length_bytes END AS length_bytes, "
-    "LENGTH(targets) - LENGTH(REPLACE(targets, ',', '')) + 1 AS n"
-    " FROM uploads WHERE farm_id = :farm AND finished = 0";
+constexpr const char* openUploads =
+    "(SELECT farm_id, CASE WHEN length_bytes < 0 THEN held_bytes ELSE length_bytes END"
+    " AS length_bytes, LENGTH(targets) - LENGTH(REPLACE(targets, ',', '')) + 1 AS n"
+    " FROM uploads WHERE finished = 0";
 
-constexpr const char* fromFarmsWithLimits =
-    " FROM farms f LEFT JOIN quotas qf ON qf.farm_id = f.id AND qf.scope = 'farm'"
+constexpr const char* sumOpenUploads =
+    "SELECT COUNT(*), COALESCE(SUM(length_bytes * n), 0), COALESCE(SUM(n), 0) FROM ";
+
+/** Comes before openUploads, which comes before joinLimits. */
+constexpr const char* fromFarms = " FROM farms f LEFT JOIN (SELECT farm_id, SUM(length_bytes * n) "
+                                  "AS bytes, SUM(n) AS files FROM ";
+constexpr const char* joinLimits =
+    ") AS open GROUP BY farm_id) o ON o.farm_id = f.id LEFT JOIN quotas qf ON qf.farm_id = f.id "
+    "AND qf.scope = 'farm'"
     " AND qf.name = 'files' LEFT JOIN quotas qb ON qb.farm_id = f.id AND qb.scope = 'farm'"
     " AND qb.name = 'bytes'";
 
@@ -74,8 +80,8 @@ Usage storageOfFarm(soci::session& sql, Id farm)
     Usage usage;
     sql << "SELECT files, bytes FROM farms WHERE id = :farm", into(usage.files), into(usage.bytes),
         use(farm);
-    sql << selectOpenUploads << ") AS open", into(usage.uploads), into(usage.uploadBytes),
-        into(usage.uploadFiles), use(farm);
+    sql << sumOpenUploads << openUploads << " AND farm_id = :farm) AS open", into(usage.uploads),
+        into(usage.uploadBytes), into(usage.uploadFiles), use(farm);
     return usage;
 }
 
@@ -84,8 +90,8 @@ Usage storageOfUser(soci::session& sql, Id farm, Id user)
     Usage usage;
     sql << "SELECT files, bytes FROM users WHERE id = :user", into(usage.files), into(usage.bytes),
         use(user);
-    sql << selectOpenUploads << " AND user_id = :user) AS open", into(usage.uploads),
-        into(usage.uploadBytes), into(usage.uploadFiles), use(farm), use(user);
+    sql << sumOpenUploads << openUploads << " AND farm_id = :farm AND user_id = :user) AS open",
+        into(usage.uploads), into(usage.uploadBytes), into(usage.uploadFiles), use(farm), use(user);
     return usage;
 }
 
@@ -130,10 +136,11 @@ void eachLargestFarm(soci::session& sql, const Limits& defaults, int most,
 {
     FarmUsage row;
     soci::statement query =
-        (sql.prepare << "SELECT f.id, f.name, f.files, f.bytes, COALESCE(qf.value, :files),"
+        (sql.prepare << "SELECT f.id, f.name, f.files + COALESCE(o.files, 0),"
+                        " f.bytes + COALESCE(o.bytes, 0) AS used, COALESCE(qf.value, :files),"
                         " COALESCE(qb.value, :bytes)"
-                     << fromFarmsWithLimits
-                     << " WHERE f.deleted_ms IS NULL ORDER BY f.bytes DESC, f.id LIMIT :most",
+                     << fromFarms << openUploads << joinLimits
+                     << " WHERE f.deleted_ms IS NULL ORDER BY used DESC, f.id LIMIT :most",
          into(row.farm.id), into(row.farm.name), into(row.files), into(row.bytes),
          into(row.fileLimit), into(row.byteLimit), use(defaults.files), use(defaults.bytes),
          use(most));
@@ -146,9 +153,10 @@ void eachLargestFarm(soci::session& sql, const Limits& defaults, int most,
 long long countNearlyFull(soci::session& sql, const Limits& defaults)
 {
     long long count = 0;
-    sql << "SELECT COUNT(*)" << fromFarmsWithLimits
-        << " WHERE f.deleted_ms IS NULL AND (f.files >= 0.9 * COALESCE(qf.value, :files)"
-           " OR f.bytes >= 0.9 * COALESCE(qb.value, :bytes))",
+    sql << "SELECT COUNT(*)" << fromFarms << openUploads << joinLimits
+        << " WHERE f.deleted_ms IS NULL"
+           " AND (f.files + COALESCE(o.files, 0) >= 0.9 * COALESCE(qf.value, :files)"
+           " OR f.bytes + COALESCE(o.bytes, 0) >= 0.9 * COALESCE(qb.value, :bytes))",
         into(count), use(defaults.files), use(defaults.bytes);
     return count;
 }

@@ -56,7 +56,10 @@ Quotas quotasOf(soci::session& sql, Id farm, const Quotas& defaults);
 void setQuota(Transaction& transaction, Id farm, EQuotaScope scope, const std::string& name,
               std::optional<long long> value);
 
-/** The files of a farm, or in the inboxes of a user; the uploads and sessions likewise. */
+/**
+ * The files of a farm, or in the inboxes of a user; the uploads and sessions likewise. The quota
+ * counts used...().
+ */
 struct Usage
 {
     long long bytes = 0; // of the files, with the bin
@@ -67,6 +70,9 @@ struct Usage
     long long binBytes = 0;    // of `bytes`
     long long binFiles = 0;
     long long sessions = 0;
+
+    long long usedBytes() const { return bytes + uploadBytes; }
+    long long usedFiles() const { return files + uploadFiles; }
 };
 
 /** Files and uploads only. Costs less than the full usage. */
@@ -85,8 +91,8 @@ long long countUsers(soci::session& sql, Id farm, long long nowMs);
 struct FarmUsage
 {
     Farm farm;
-    long long files = 0; // with the bin, without the uploads in progress
-    long long bytes = 0; // likewise
+    long long files = 0; // as Usage::usedFiles()
+    long long bytes = 0; // as Usage::usedBytes()
     long long fileLimit = 0;
     long long byteLimit = 0;
 };

@@ -132,6 +132,14 @@ class Quotas(unittest.TestCase):
         for client in (self.anna, self.olga):
             client.get("/usage", 403)
 
+    def test_the_usage_of_all_farms_counts_the_uploads_in_progress(self):
+        self.limit(farm={"bytes": 1000})
+        self.olga.create("a", [self.inbox], 999)
+        self.assertEqual([(usage["farm"]["name"], usage["bytes"], usage["files"])
+                          for usage in self.admin.get("/usage?limit=1").json()["farms"]], [("Hill Farm", 999, 1)])
+        self.assertEqual(self.usage()["usage"]["upload_files"], 1)
+        self.refused(self.olga.create("b", [self.inbox], 2, expect=507))
+
     def test_the_metrics_show_the_largest_farms_only(self):
         self.otto.put("a", [make_inbox(self.otto)], CONTENT)
         self.olga.put("a", [self.inbox], CONTENT + b"x")

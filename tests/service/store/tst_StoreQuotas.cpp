@@ -119,6 +119,15 @@ TEST_P(StoreQuotas, CountsAnUploadInProgressOnceForEachTarget)
     EXPECT_EQ(ofFarm().uploadFiles, 2);
     EXPECT_EQ(of(olga).uploadBytes, 100);
     EXPECT_EQ(of(piet).uploads, 0);
+    read([](soci::session& sql) {
+        const store::Limits limits{.bytes = 111, .files = 100};
+        store::eachLargestFarm(sql, limits, 1, [](const store::FarmUsage& usage) {
+            EXPECT_EQ(usage.bytes, 100);
+            EXPECT_EQ(usage.files, 2);
+        });
+        EXPECT_EQ(store::countNearlyFull(sql, limits), 1);
+        return 0;
+    });
     write([&upload](Transaction& t) { store::finishUpload(t, upload); });
     EXPECT_EQ(ofFarm().uploads, 0);
 }
