@@ -32,6 +32,7 @@ private Q_SLOTS:
     void aLockedRowCannotBeChanged();
     void nameAndValueStayApartInEachTextSize();
     void theRingHidesNoAccentOfACapital();
+    void theGroundOfAnEditedValueHidesNoLetterOfTheName();
 };
 
 namespace {
@@ -55,6 +56,27 @@ QSet<int> InkRows(const QString& name, const QString& value)
         }
     }
     return rows;
+}
+
+// The lowest row of pixels with a part of a letter of the name.
+int LowestOfName(bool isEdited)
+{
+    QVector<QImage> pictures;
+    for (const char* const name : {"nnn", "gjy"}) {
+        TChoiceRow place(Places());
+        place.row.SetPropertyName(QString::fromLatin1(name));
+        if (isEdited) {
+            place.row.OnWheelPressed();
+        }
+        pictures << place.row.grab().toImage();
+    }
+    int lowest = -1;
+    for (int y = 0; y < pictures[0].height(); ++y) {
+        for (int x = 0; x < pictures[0].width(); ++x) {
+            lowest = pictures[0].pixel(x, y) == pictures[1].pixel(x, y) ? lowest : y;
+        }
+    }
+    return lowest;
 }
 
 } // namespace
@@ -232,6 +254,12 @@ void tst_PropertyWidget::theRingHidesNoAccentOfACapital()
                  QByteArray::number(display.pixels.width()).constData());
     }
     hostimpl::SetTextSize(hostimpl::DISPLAYS[0].PixelMillimetres(), 1.0);
+}
+
+void tst_PropertyWidget::theGroundOfAnEditedValueHidesNoLetterOfTheName()
+{
+    QVERIFY(LowestOfName(false) > 0);
+    QCOMPARE(LowestOfName(true), LowestOfName(false));
 }
 
 KELVO_WIDGET_TEST_MAIN(tst_PropertyWidget)

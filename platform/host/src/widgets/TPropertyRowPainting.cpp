@@ -76,14 +76,14 @@ void TPropertyWidget::TRow::OnPaint()
                                             isOff ? QIcon::Disabled : QIcon::Normal);
         place.setLeft(place.left() + ICON_SIZE + PADDING);
     }
+    if (m_type == eChoice) {
+        DrawValue(painter, place); // before the name, whose letters reach into the value's ground
+    }
     painter.setFont(NameFont());
     painter.setPen(ThemeColour(isOff ? EColour::eOffText : EColour::eMutedText));
     const QRect head = NamePlace(place.left(), place.right());
     painter.drawText(head, Qt::AlignLeft | Qt::AlignVCenter,
                      painter.fontMetrics().elidedText(name, Qt::ElideMiddle, head.width()));
-    if (m_type == eChoice) {
-        DrawValue(painter, place);
-    }
 }
 
 void TPropertyWidget::TRow::DrawValue(QPainter& painter, const QRect& place) const
