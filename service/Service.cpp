@@ -42,11 +42,16 @@ constexpr unsigned fewestHeads = 16; // unfinished heads of one address, or of t
 std::vector<std::string> ownNames(const ServeOptions& options)
 {
     std::vector<std::string> names{"localhost", "127.0.0.1", "::1"};
+    const auto add = [&names](const std::string& name) {
+        if (std::find(names.begin(), names.end(), name) == names.end()) {
+            names.push_back(name);
+        }
+    };
     const std::string host = http::HostPort::parse(options.listen).host;
     if (host != "0.0.0.0" && host != "::" && host != "*") {
-        names.push_back(host);
+        add(host);
     }
-    names.insert(names.end(), options.names.begin(), options.names.end());
+    std::for_each(options.names.begin(), options.names.end(), add);
     return names;
 }
 
@@ -134,6 +139,12 @@ void announce(DataFolder& folder, const std::string& api, const std::string& mon
     std::printf("kelvo-service: listening on https://%s, metrics on http://%s\n", api.c_str(),
                 monitor.c_str());
     std::fflush(stdout);
+}
+
+/** The folder of the contents; empty if it is on the disk of the data folder. */
+std::filesystem::path ownDisk(ContentsHome& home)
+{
+    return home.scratchReserve() == nullptr ? home.scratchFolder() : std::filesystem::path();
 }
 
 /** Only transfers with an object store need memory of this kind. */
@@ -226,7 +237,8 @@ void serve(const ServeOptions& options, bool& isRunning)
     http::Application& application = page ? static_cast<http::Application&>(*page) : api;
 
     const auto certificate = keepCertificate(options, folder, backend.clock);
-    ServiceState state(*backend.database, folder.path(), options.quotas.farm, options.shownFarms);
+    ServiceState state(*backend.database, folder.path(), ownDisk(*backend.home),
+                       options.quotas.farm, options.shownFarms);
     Readiness readiness(readinessChecks(backend, *certificate));
     metrics::MonitorApplication monitor(metrics, [&readiness] { return readiness.ask(); });
     IoThreads threads;

@@ -14,12 +14,18 @@
 namespace kelvo {
 
 ServiceState::ServiceState(store::Database& database, std::filesystem::path dataFolder,
+                           const std::filesystem::path& contentsFolder,
                            const store::Limits& farmLimits, int shownFarms)
     : database_(database),
       dataFolder_(std::move(dataFolder)),
       farmLimits_(farmLimits),
-      shownFarms_(shownFarms)
-{}
+      shownFarms_(shownFarms),
+      disks_{{"folder=\"data\"", dataFolder_}}
+{
+    if (!contentsFolder.empty()) {
+        disks_.push_back({"folder=\"contents\"", contentsFolder});
+    }
+}
 
 void ServiceState::sampleOn(WorkPool& pool)
 {
@@ -34,7 +40,7 @@ void ServiceState::sampleOn(WorkPool& pool)
 void ServiceState::sample() noexcept
 {
     for (const auto step : {&ServiceState::sampleDatabase, &ServiceState::sampleFarms,
-                            &ServiceState::sampleDisk, &ServiceState::sampleBackup}) {
+                            &ServiceState::sampleDisks, &ServiceState::sampleBackup}) {
         try {
             (this->*step)();
         } catch (const std::exception& error) {
@@ -73,7 +79,7 @@ void ServiceState::sampleFarms()
         store::eachLargestFarm(sql, farmLimits_, shownFarms_,
                                [&farms](const store::FarmUsage& usage) { farms.push_back(usage); });
     });
-    const std::lock_guard lock(farmsMutex_);
+    const std::lock_guard lock(mutex_);
     farms_ = std::move(farms);
 }
 
@@ -81,7 +87,7 @@ std::vector<metrics::Metrics::Sample>
 ServiceState::ofFarms(long long store::FarmUsage::*value) const
 {
     std::vector<metrics::Metrics::Sample> samples;
-    const std::lock_guard lock(farmsMutex_);
+    const std::lock_guard lock(mutex_);
     for (const store::FarmUsage& usage : farms_) {
         samples.push_back(
             {"farm=\"" + std::to_string(usage.farm.id) + "\"", static_cast<double>(usage.*value)});
@@ -89,15 +95,29 @@ ServiceState::ofFarms(long long store::FarmUsage::*value) const
     return samples;
 }
 
-void ServiceState::sampleDisk()
+void ServiceState::sampleDisks()
 {
-    struct statvfs disk
-    {};
-    if (::statvfs(dataFolder_.c_str(), &disk) != 0) {
-        throwErrno("statvfs");
+    for (Disk& disk : disks_) {
+        struct statvfs found
+        {};
+        if (::statvfs(disk.folder.c_str(), &found) != 0) {
+            throwErrno("statvfs");
+        }
+        const auto blockBytes = static_cast<double>(found.f_frsize);
+        const std::lock_guard lock(mutex_);
+        disk.bytes = static_cast<double>(found.f_blocks) * blockBytes;
+        disk.freeBytes = static_cast<double>(found.f_bavail) * blockBytes;
     }
-    diskBytes_ = static_cast<double>(disk.f_blocks) * static_cast<double>(disk.f_frsize);
-    freeDiskBytes_ = static_cast<double>(disk.f_bavail) * static_cast<double>(disk.f_frsize);
+}
+
+std::vector<metrics::Metrics::Sample> ServiceState::ofDisks(double Disk::*value) const
+{
+    std::vector<metrics::Metrics::Sample> samples;
+    const std::lock_guard lock(mutex_);
+    for (const Disk& disk : disks_) {
+        samples.push_back({disk.labels, disk.*value});
+    }
+    return samples;
 }
 
 void ServiceState::sampleBackup()
@@ -122,14 +142,17 @@ void ServiceState::showIn(metrics::Metrics& metrics) const
         {"kelvo_farms_nearly_full", "Farms at 90 % of their quota of bytes or files, or above.",
          nearlyFull_},
         {"kelvo_database_bytes", "Size of the database and its write-ahead log.", databaseBytes_},
-        {"kelvo_disk_bytes", "Size of the file system of the data folder.", diskBytes_},
-        {"kelvo_disk_free_bytes", "Bytes of this file system that the service may still use.",
-         freeDiskBytes_},
         {"kelvo_backup_last_seconds", "Time of the latest backup since 1970; 0: none.", backupS_},
     };
     for (const Row& row : rows) {
         metrics.show(row.name, "gauge", row.help, [&value = row.value] { return value.load(); });
     }
+    metrics.show({"kelvo_disk_bytes", "gauge",
+                  "Size of the file system of the data folder, and of contents on another disk.",
+                  [this] { return ofDisks(&Disk::bytes); }});
+    metrics.show({"kelvo_disk_free_bytes", "gauge",
+                  "Bytes of this file system that the service may still use.",
+                  [this] { return ofDisks(&Disk::freeBytes); }});
     metrics.show({"kelvo_farm_bytes", "gauge",
                   "Bytes that count for the quota, of the farms that use most.",
                   [this] { return ofFarms(&store::FarmUsage::bytes); }});

@@ -9,6 +9,7 @@
 #include <atomic>
 #include <filesystem>
 #include <mutex>
+#include <string>
 #include <vector>
 
 namespace kelvo {
@@ -24,9 +25,13 @@ inline constexpr const char* lastBackupName = "backup.last";
 class ServiceState
 {
 public:
-    /** `shownFarms`: the number of farms with metrics of their own. */
+    /**
+     * `contentsFolder`: empty if it is on the disk of the data folder. `shownFarms`: the number of
+     * farms with metrics of their own.
+     */
     ServiceState(store::Database& database, std::filesystem::path dataFolder,
-                 const store::Limits& farmLimits, int shownFarms);
+                 const std::filesystem::path& contentsFolder, const store::Limits& farmLimits,
+                 int shownFarms);
 
     /** Blocks. A value that cannot be read stays as it was. */
     void sample() noexcept;
@@ -38,9 +43,19 @@ public:
     void showIn(metrics::Metrics& metrics) const;
 
 private:
+    /** The file system of a folder. */
+    struct Disk
+    {
+        std::string labels;
+        std::filesystem::path folder;
+        double bytes = 0;
+        double freeBytes = 0;
+    };
+
     void sampleDatabase();
     void sampleFarms();
-    void sampleDisk();
+    void sampleDisks();
+    std::vector<metrics::Metrics::Sample> ofDisks(double Disk::*value) const;
     std::vector<metrics::Metrics::Sample> ofFarms(long long store::FarmUsage::*value) const;
     void sampleBackup();
 
@@ -49,15 +64,14 @@ private:
     const std::filesystem::path dataFolder_;
     const store::Limits farmLimits_;
     const int shownFarms_;
-    mutable std::mutex farmsMutex_; // guards farms_
+    mutable std::mutex mutex_; // guards farms_, and the numbers of disks_
     std::vector<store::FarmUsage> farms_;
+    std::vector<Disk> disks_;
     std::atomic<double> nearlyFull_{0};
     std::atomic<double> sessions_{0};
     std::atomic<double> openUploads_{0};
     std::atomic<double> openUploadBytes_{0}; // their whole lengths
     std::atomic<double> databaseBytes_{0};
-    std::atomic<double> diskBytes_{0};
-    std::atomic<double> freeDiskBytes_{0};
     std::atomic<double> backupS_{0}; // since 1970; 0: none
 };
 

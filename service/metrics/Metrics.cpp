@@ -53,6 +53,10 @@ void Metrics::count(const http::RequestSummary& summary)
     const bool isLogin = summary.method == "POST" && summary.route == "/sessions";
     failedLogins_ += isLogin && isRefused ? 1 : 0;
     cutHeads_ += summary.method == "other" && summary.status == 408 ? 1 : 0;
+    errors_ += summary.status == 500 ? 1 : 0;
+    noRoom_ += summary.status == 507 ? 1 : 0;
+    const bool isWholeBin = summary.method == "DELETE" && summary.route == "/bin";
+    emptiedBins_ += isWholeBin && summary.status / 100 == 2 ? 1 : 0;
     addDuration(summary);
 }
 
@@ -99,6 +103,8 @@ std::string Metrics::requestText() const
         const char* help;
         std::uint64_t value;
     };
+    // A counter for an alert has no labels: Prometheus does not see the first event of a series
+    // that begins with this event.
     const Row rows[] = {
         {"kelvo_http_requests_open", "gauge", "Requests in progress, including event streams.",
          openRequests_},
@@ -107,6 +113,11 @@ std::string Metrics::requestText() const
         {"kelvo_http_heads_cut_total", "counter",
          "Connections cut because a request's head came too slowly.", cutHeads_},
         {"kelvo_logins_failed_total", "counter", "Logins that were refused.", failedLogins_},
+        {"kelvo_http_errors_total", "counter", "Requests answered with 500.", errors_},
+        {"kelvo_http_no_room_total", "counter",
+         "Requests answered with 507: the disk is full, or a quota is reached.", noRoom_},
+        {"kelvo_bins_emptied_total", "counter", "Whole bins that users have emptied.",
+         emptiedBins_},
     };
     for (const Row& row : rows) {
         text += describe(row.name, row.type, row.help) + row.name + " " +

@@ -70,6 +70,9 @@ private:
     std::map<std::string, Durations> durations_; // by route
     std::uint64_t cutHeads_ = 0;
     std::uint64_t failedLogins_ = 0;
+    std::uint64_t errors_ = 0;
+    std::uint64_t noRoom_ = 0;
+    std::uint64_t emptiedBins_ = 0;
     std::uint64_t openRequests_ = 0;
     std::uint64_t requestBytes_ = 0;
     std::uint64_t responseBytes_ = 0;

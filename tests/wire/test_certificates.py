@@ -116,6 +116,13 @@ class Certificates(unittest.TestCase):
             self.assertEqual(code, 1)
             self.assertIn("not valid now", out)
 
+    def test_the_certificate_has_each_name_once(self):
+        self.service.options += ("--name", "farm.example", "--name", "::1", "--name", "farm.example")
+        self.service.start()
+        self.service.stop()
+        names = tls_command("status", "--data", self.service.folder)[1].splitlines()[0].split(", for ")[1].split()
+        self.assertEqual(sorted(names), ["127.0.0.1", "::1", "farm.example", "localhost"])
+
     def start_after(self, days):
         """The service was off for so long. Negative: its clock was ahead."""
         self.service.prefix = wrong_clock(self, -days * DAY_S)

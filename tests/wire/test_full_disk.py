@@ -231,6 +231,15 @@ class FullDiskOfFiles(DiskTest):
     SERVICE = SeparateDisk
     RESERVE = 8 * 1024 * 1024
 
+    def await_full(self, folder):
+        """The free room is read at an interval, and on SIGHUP."""
+        self.service.signal(signal.SIGHUP)
+        for _ in range(10000):
+            text = metrics(self.service)[1]
+            if f'\nkelvo_disk_free_bytes{{folder="{folder}"}} 0\n' in text:
+                return
+        self.fail(text)
+
     def test_does_not_use_the_reserve_of_the_database(self):
         with contextlib.closing(sqlite3.connect(self.service.path("kelvo.sqlite"), timeout=GUARD_SECONDS)) as database, database:
             database.executemany("INSERT INTO files (farm_id, id, inbox_id, name, size_bytes, sha256, created_ms)"
@@ -239,6 +248,9 @@ class FullDiskOfFiles(DiskTest):
         self.service.fill()
         self.full(self.olga.create("a.zip", [self.inbox], 100_000, expect=507))
         self.olga.get("/account", headers={"Accept-Encoding": "identity"})
+        self.assertIn(f'\nkelvo_disk_bytes{{folder="contents"}} {SIZE}\n', metrics(self.service)[1])
+        self.await_full("contents")
+        self.assertNotIn('\nkelvo_disk_free_bytes{folder="data"} 0\n', metrics(self.service)[1])
         self.assertIn("\nkelvo_disk_reserve_used_bytes 0\n", metrics(self.service)[1])
         log_in(self.service, "piet").close()
         self.service.clear()

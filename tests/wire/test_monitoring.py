@@ -13,7 +13,7 @@ import yaml
 
 from kelvowire.farm import WireTest, log_in, make_inbox
 from kelvowire.http import metrics, raw_socket
-from kelvowire.service import BINARY, GUARD_SECONDS
+from kelvowire.service import BINARY, GUARD_SECONDS, Service
 
 MONITORING = Path(__file__).resolve().parents[2] / "packaging/monitoring"
 NAME = re.compile(r"\b((?:kelvo|process)_\w+)\b")
@@ -88,7 +88,9 @@ class Monitoring(MonitoringTest):
         self.await_sample("kelvo_uploads_open", 1)
         self.assertEqual(self.samples()["kelvo_uploads_open_bytes"], 1000)
         self.assertGreaterEqual(self.samples()["kelvo_sessions"], 1)
-        self.assertGreater(self.samples()["kelvo_disk_bytes"], self.samples()["kelvo_disk_free_bytes"])
+        sizes = {name: value for name, value in self.samples().items() if name.startswith("kelvo_disk_bytes")}
+        self.assertEqual(list(sizes), ['kelvo_disk_bytes{folder="data"}'])
+        self.assertGreater(sizes['kelvo_disk_bytes{folder="data"}'], self.samples()['kelvo_disk_free_bytes{folder="data"}'])
         self.assertGreater(self.samples()["kelvo_database_bytes"], 4096)
         olga.tus("DELETE", location, 204)
         self.await_sample("kelvo_uploads_open", 0)
@@ -131,6 +133,22 @@ class Monitoring(MonitoringTest):
             names = set(NAME.findall(text))
             self.assertTrue(names or "up{" in text, text)
             self.assertLessEqual(names, shown, text)
+
+
+class FirstEvents(unittest.TestCase):
+    """Prometheus sees the first event of a counter only if the counter was shown before."""
+
+    def test_the_counters_of_the_alerts_are_shown_from_the_start(self):
+        service = Service()
+        self.addCleanup(service.remove)
+        service.start()
+        shown = metrics(service)[1]
+        rules = (MONITORING / "kelvo-service.rules.yml").read_text(encoding="utf-8")
+        counted = set(re.findall(r"increase\(([^\[]+)\[", rules))
+        self.assertLessEqual({"kelvo_http_errors_total", "kelvo_http_no_room_total", "kelvo_bins_emptied_total"}, counted)
+        for name in counted - {"kelvo_cleanups_total"}:
+            self.assertRegex(shown, rf"(?m)^{name}(\{{.*\}})? 0$")
+            self.assertNotRegex(shown, rf"(?m)^{name}(\{{.*\}})? [1-9]")
 
 
 class Stopped(MonitoringTest):
