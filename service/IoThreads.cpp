@@ -53,6 +53,18 @@ void IoThreads::start()
     }
 }
 
+bool IoThreads::haveAnswered()
+{
+    if (unanswered_ > 0) {
+        return false;
+    }
+    unanswered_ = contexts_.size();
+    for (const auto& context : contexts_) {
+        asio::post(*context, [this] { --unanswered_; });
+    }
+    return true;
+}
+
 void IoThreads::drain(const std::vector<http::Listener*>& listeners,
                       std::chrono::milliseconds grace)
 {

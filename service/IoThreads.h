@@ -6,7 +6,9 @@
 #include <boost/asio/executor_work_guard.hpp>
 #include <boost/asio/io_context.hpp>
 
+#include <atomic>
 #include <chrono>
+#include <cstddef>
 #include <memory>
 #include <thread>
 #include <vector>
@@ -30,6 +32,12 @@ public:
     void start();
 
     /**
+     * Whether each thread has done the job that the last call gave it. If so, gives each a new job.
+     * A thread that hangs answers no more.
+     */
+    bool haveAnswered();
+
+    /**
      * Stops the listeners and waits up to `grace` for their connections, then closes the
      * connections. Blocks.
      */
@@ -40,6 +48,7 @@ private:
 
     void stop();
 
+    std::atomic<std::size_t> unanswered_{0}; // jobs of haveAnswered()
     std::vector<std::unique_ptr<asio::io_context>> contexts_;
     std::vector<Guard> guards_; // a context without work must not end its thread
     std::vector<std::thread> threads_;

@@ -8,6 +8,7 @@
 #include "service/NetworkMetrics.h"
 #include "service/OpenDatabase.h"
 #include "service/Readiness.h"
+#include "service/ServiceManager.h"
 #include "service/ServiceState.h"
 #include "service/StopDeadline.h"
 #include "service/StopSignals.h"
@@ -139,6 +140,7 @@ void announce(DataFolder& folder, const std::string& api, const std::string& mon
     std::printf("kelvo-service: listening on https://%s, metrics on http://%s\n", api.c_str(),
                 monitor.c_str());
     std::fflush(stdout);
+    tellServiceManager("READY=1");
 }
 
 /** The folder of the contents; empty if it is on the disk of the data folder. */
@@ -268,14 +270,18 @@ void serve(const ServeOptions& options, bool& isRunning)
     logInfo("started");
     isRunning = true;
     WorkPool sampler{1}; // a disk that hangs must not keep the signals waiting
-    stopSignals.wait([&janitor, &certificate, &state, &sampler](bool isReload) {
+    stopSignals.wait([&](bool isReload) {
         certificate->refresh(isReload);
         state.sampleOn(sampler);
+        if (threads.haveAnswered()) {
+            tellServiceManager("WATCHDOG=1");
+        }
         if (isReload) {
             janitor.wake();
         }
     });
     logInfo("stopping");
+    tellServiceManager("STOPPING=1");
     readiness.beginStop();
     drain(std::chrono::seconds(options.drainSeconds), stopSignals, *apiListener, backend.broker);
     stopDeadline.start(stopLimit, abandonStop);

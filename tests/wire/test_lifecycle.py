@@ -10,9 +10,11 @@ import socket
 import sqlite3
 import ssl
 import subprocess
+import tempfile
 import threading
 import time
 import unittest
+import unittest.mock
 
 from kelvowire.events import END, EventStream
 from kelvowire.farm import log_in, log_in_admin, make_inbox, add_farms_and_users
@@ -49,6 +51,23 @@ class LifecycleTest(unittest.TestCase):
 
 
 class Starting(LifecycleTest):
+    def test_tells_systemd_when_it_is_ready_when_its_threads_work_and_when_it_stops(self):
+        with tempfile.TemporaryDirectory() as folder:
+            for path in (os.path.join(folder, "notify"), f"\0kelvo-wire-{os.getpid()}"):
+                with self.subTest(path=path), socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM) as systemd:
+                    systemd.settimeout(GUARD_SECONDS)
+                    systemd.bind(path)
+                    with unittest.mock.patch.dict(os.environ, NOTIFY_SOCKET=path.replace("\0", "@")):
+                        service = self.start()
+                    self.assertEqual(systemd.recv(100), b"READY=1")
+                    service.signal(signal.SIGHUP)
+                    self.assertEqual(systemd.recv(100), b"WATCHDOG=1")
+                    service.signal()
+                    while (state := systemd.recv(100)) == b"WATCHDOG=1":
+                        pass
+                    self.assertEqual(state, b"STOPPING=1")
+                    self.assertEqual(service.wait(), 0)
+
     def test_writes_its_addresses_to_stdout_and_to_a_file(self):
         service = self.start()
         endpoints = json.loads(service.text("endpoints.json"))
