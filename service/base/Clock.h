@@ -26,7 +26,7 @@ public:
     /** Milliseconds since 1970-01-01 UTC. Jumps if the machine's clock is set. */
     virtual std::int64_t nowMs() const = 0;
 
-    /** As the clients' clocks show it if the machine's clock is right. May be before nowMs(). */
+    /** The machine's clock as it is, also while it is implausible. May be before nowMs(). */
     virtual std::int64_t machineMs() const { return nowMs(); }
 
     /** Earlier than nowMs() while the machine's clock is implausibly far ahead. */

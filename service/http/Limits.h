@@ -26,7 +26,7 @@ struct Limits
     std::chrono::milliseconds bodyStall = 60s;
     /**
      * The stall timeout of an answer to a trusted proxy, which ends its slow clients itself. The
-     * buffers behind the service's may take nothing for many minutes, then some megabytes.
+     * buffers of the proxy may take nothing for many minutes, then some megabytes.
      */
     std::chrono::milliseconds proxyStall = 1h;
     /**
@@ -36,7 +36,10 @@ struct Limits
     std::uint64_t bodyProgressBytes = 1024;
     /** The time for a whole small body, even if bytes keep arriving. */
     std::chrono::milliseconds jsonTime = 60s;
-    /** A refused peer may still send for this time, so that it can read the refusal. */
+    /**
+     * After the last answer was acknowledged, the peer may still send for this time, so that it can
+     * read a refusal.
+     */
     std::chrono::milliseconds lingerTime = 2s;
     /** The stall timeout of an answer that is being sent when the service stops. */
     std::chrono::milliseconds stopStall = 1s;

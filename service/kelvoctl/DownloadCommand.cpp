@@ -159,7 +159,7 @@ private:
     std::uint64_t m_sizeBytes;
     bool m_isFile;
     std::filesystem::path m_target;
-    std::filesystem::path m_part; // without a file: m_target
+    std::filesystem::path m_part; // of a device or a pipe: m_target
     kelvo::FileDescriptor m_output;
     std::uint64_t m_received = 0;
     kelvo::Sha256 m_sha256;

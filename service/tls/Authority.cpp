@@ -199,7 +199,7 @@ CertificateFiles ensureCertificates(const fs::path& dataFolder,
     const Validity made{valid.earliestS() - backdatingS,
                         std::min(valid.latestS() + serverLifeS, by.validity.notAfterS)};
     const bool isNew = renewal != ERenewal::IfDue || !isUsable(files, names, *by.certificate);
-    // While no authority is valid, no client would accept a new certificate.
+    // While no authority is valid at either time, no client would accept a new certificate.
     if (isNew || (isAnyValid(authorities, valid.nowS) && !isInTime(files, made, valid))) {
         makeCertificate(files, names, by, made);
     }

@@ -9,7 +9,7 @@ const row = (page: Page, name: string) => page.locator('tbody tr', {hasText: nam
 const button = (page: Page, name: string) => page.getByRole('button', {name, exact: true});
 const put = (name: string, project = 'Curves') => world.command<number[]>('put', world.newFile(name, new Uint8Array(9)), project);
 const choose = (page: Page, ...paths: string[]) => page.locator('.send input[type=file]').setInputFiles(paths);
-/** What has the focus at the moment in which the button goes. */
+/** The element that has the focus when the button goes. */
 const focusWithout = (page: Page, label: string) => page.evaluateHandle((gone) => ({
   focus: new Promise<string | null | undefined>((resolve) => {
     new MutationObserver((_changes, observer) => {

@@ -182,7 +182,7 @@ void TListHead::FitText()
             return;
         }
     }
-    // The number of hidden names is at either end of its line.
+    // The number of hidden names stands at the beginning or the end of its line: it must stay.
     const auto mode = m_counts.selectedHidden > 0 ? Qt::ElideMiddle : Qt::ElideRight;
     QStringList lines = m_text->text().split(QLatin1Char('\n'));
     for (QString& line : lines) {

@@ -239,7 +239,7 @@ QStringList TListWidget::TParts::ReadSelection()
         }
     }
     if (rows.isEmpty()) {
-        return {}; // clearing the list reads too: the last selection stays
+        return {}; // clear() causes a read too: keep the last selection
     }
     std::sort(rows.begin(), rows.end());
     m_readHidden.clear();

@@ -34,8 +34,8 @@ public:
 
     // The shown selected names, in the order of the list.
     QStringList ReadSelection();
-    // The names that the search hid when the selection was read as `texts`. Only a copy of that
-    // list has them: its reader fills the list again and keeps the selection.
+    // The selected names that the search hid at the last ReadSelection(). Empty unless `texts` is a
+    // copy of its result: then the caller fills the list again and keeps the selection.
     QStringList HiddenBeside(const QStringList& texts) const;
 
     // ---- The band is shown only if the current name is elided.
