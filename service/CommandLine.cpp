@@ -137,13 +137,13 @@ void addTls(CLI::App& app, CommandLine& result)
     tls->require_subcommand(1);
     const auto options = optionsOf(*tls, result.tls);
     CLI::App* status = tls->add_subcommand("status", "Show names and end dates");
-    status->footer("Exit code 0: all is valid for 30 days; 1: something ends within 30 days or\n"
-                   "has ended; 2: refused; 3: failed.");
+    status->footer("Exit code 0: all is valid for 30 days; 1: something ends within 30 days,\n"
+                   "has ended or is not yet valid; 2: refused; 3: failed.");
     status->add_option("--cert", options->certificate,
                        "The certificate chain (PEM) that the service uses instead of its own");
     CLI::App* renew = tls->add_subcommand("renew", "Make a new certificate and show it");
     renew->footer("A running service takes the new certificate within seconds. Open connections\n"
-                  "keep the old one.");
+                  "keep the old one. Exit codes as for status.");
     renew->callback([options] { options->renews = true; });
     renew->add_flag("--authority", options->renewsAuthority,
                     "Make a new authority too; every client needs the new ca.pem");

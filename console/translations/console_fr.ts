@@ -340,7 +340,7 @@
     </message>
     <message>
         <source>Changes of the user name, the password or the settings could not be stored: %1. They are lost when the console ends.</source>
-        <translation>Les modifications du nom d’utilisateur, du mot de passe ou des réglages n’ont pas pu être enregistrées : %1. Elles seront perdues à l’arrêt de la console.</translation>
+        <translation>Les modifications du nom d’utilisateur, du mot de passe ou des réglages n’ont pas pu être enregistrées&#xa0;: %1. Elles seront perdues à l’arrêt de la console.</translation>
     </message>
     <message>
         <source>The data folder could not be stored: %1 cannot be written.</source>

@@ -62,7 +62,8 @@ Json describe(const store::Console& console)
             {"operator", {{"id", console.operatorId}, {"name", console.operatorName}}},
             {"environment", std::move(environment)},
             {"position", console.position ? describe(*console.position) : Json()},
-            {"last_contact_at", rfc3339(console.lastContactMs)}};
+            {"last_contact_at",
+             console.lastContactMs > 0 ? Json(rfc3339(console.lastContactMs)) : Json()}};
 }
 
 Json describe(const store::TrackPoint& point)

@@ -127,7 +127,7 @@ bool JsonAnswer::storeOnDisk()
         store();
         return true;
     } catch (const std::system_error& error) {
-        if (error.code().value() != ENOSPC) {
+        if (error.code().value() != ENOSPC && error.code().value() != EDQUOT) {
             throw;
         }
         return false;

@@ -33,7 +33,7 @@ Async<void> Connection::run(bool refuse)
     }
     transport_->expireAfterSent(limits_.lingerTime);
     co_await transport_->shutdownSend();
-    if ((peerMayBeSending_ || transport_->queuedBytes() > 0) && !stopping_) {
+    if ((peerMayBeSending_ || (transport_->queuedBytes() > 0 && !refuse)) && !stopping_) {
         co_await linger();
     }
     transport_->abort();

@@ -45,7 +45,7 @@ struct Console
     std::string environment; // JSON as received; empty: not reported
     long long environmentMs = 0;
     std::optional<Position> position;
-    long long lastContactMs = 0; // of its reports and of its sessions that have not ended
+    long long lastContactMs = 0; // of its reports, but fetches, and of its sessions; 0: none
 };
 
 /** A part of a farm's consoles. Without a value a filter lets every console through. */

@@ -7,6 +7,9 @@
 #include <algorithm>
 #include <stdexcept>
 
+#include <fcntl.h>
+#include <sys/file.h>
+
 namespace kelvo::tls {
 
 namespace {
@@ -192,6 +195,11 @@ CertificateFiles ensureCertificates(const fs::path& dataFolder,
 {
     fs::create_directories(dataFolder / "tls");
     fs::permissions(dataFolder / "tls", fs::perms::owner_all);
+    // Otherwise a running service could write back the authority that a command replaces.
+    const FileDescriptor lock = openFile(dataFolder / "tls", O_RDONLY | O_DIRECTORY);
+    if (::flock(lock.get(), LOCK_EX) != 0) {
+        throwErrno("flock");
+    }
     CertificateFiles files = ownCertificateFiles(dataFolder);
     const std::vector<Authority> authorities = ensureAuthorities(dataFolder, times, renewal);
     const Times valid = judged(authorities, times);

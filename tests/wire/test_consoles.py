@@ -52,6 +52,14 @@ class Consoles(ConsoleTest):
         self.assertEqual((console["position"]["latitude"], console["position"]["longitude"]), (52.1234567, 5.25))
         self.assertEqual(console["last_contact_at"], console["position"]["received_at"])
 
+    def test_a_console_that_reported_only_fetches_has_no_last_contact_after_a_log_out(self):
+        piet = self.user("piet")
+        file = self.anna.put("fetched.zip", [make_inbox(piet)], b"fetched")[0]["id"]
+        piet.post("/fetches", 204, json={"fetches": [{"file": file, "age_s": 0}]})
+        piet.delete("/sessions/current")
+        console, = (console for console in self.anna.get("/consoles").json()["consoles"] if console["operator"]["name"] == "piet")
+        self.assertIsNone(console["last_contact_at"])
+
     def test_the_last_of_two_sessions_sets_the_consoles_environment(self):
         piet = self.user("piet")
         for client, name in ((self.olga, "first"), (piet, "second"), (self.olga, "third")):

@@ -121,7 +121,7 @@ export function labelOf(console: ConsoleState, all: readonly ConsoleState[]): st
 
 /**
  * By the service's clock. A position may have come after the list of the consoles. During an update of the service, an
- * answer may be of a version without `last_contact_at`.
+ * answer may be of a version without `last_contact_at`. 0 if there was none.
  */
 export const lastContactMs = ({last_contact_at, environment, position}: ConsoleState): number =>
   Math.max(...[last_contact_at, environment?.received_at, position?.received_at].map((time) => Date.parse(time ?? '') || 0));

@@ -81,11 +81,12 @@ function useNewReports(): void {
 function Line({console, isChosen}: {console: ConsoleState; isChosen: boolean}) {
   const {operator, position} = console;
   const movement = movementNow(console);
+  const contactMs = lastContactMs(console);
   return (
     <li>
       <a href={`#/fleet/${console.id}`} aria-current={isChosen ? 'true' : undefined}>
         <b><bdi>{consoleName(console)}</bdi></b> {operator.name}
-        <span class="detail">{t('fleet.contactAgo', {ago: agoText(lastContactMs(console))})}</span>
+        {contactMs > 0 && <span class="detail">{t('fleet.contactAgo', {ago: agoText(contactMs)})}</span>}
         <span class="detail">
           {position ? t('fleet.positionAgo', {ago: agoText(measuredMs(position))}) : t('fleet.noPosition')}
           {movement && ` · ${Math.round(movement.speedKmh)} km/h`}

@@ -8,10 +8,19 @@
 #include <gtest/gtest.h>
 #include <openssl/x509v3.h>
 
+#include <chrono>
+#include <fstream>
+#include <future>
 #include <set>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
 
 namespace kelvo::tls {
 namespace {
+
+using namespace std::chrono_literals;
 
 constexpr std::int64_t yearS = 365 * dayS;
 constexpr std::int64_t startS = 1700000000;
@@ -52,6 +61,32 @@ protected:
         return std::vector<std::string>{"localhost", "127.0.0.1", "::1"};
     }();
 };
+
+/** Whether a thread of this process waits for a lock. */
+bool waitsForALock()
+{
+    std::ifstream locks("/proc/locks");
+    const std::string own = " " + std::to_string(getpid()) + " ";
+    for (std::string line; std::getline(locks, line);) {
+        if (line.find("->") != line.npos && line.find(own) != line.npos) {
+            return true;
+        }
+    }
+    return false;
+}
+
+TEST_F(OwnAuthority, WaitsForAnotherProcessThatMakesCertificates)
+{
+    ensure();
+    const FileDescriptor other = openFile(folder.Path() / "tls", O_RDONLY | O_DIRECTORY);
+    ASSERT_EQ(::flock(other.get(), LOCK_EX), 0);
+    auto made = std::async(std::launch::async, [this] { ensure(startS + 5 * yearS); });
+    while (!waitsForALock()) {
+        ASSERT_NE(made.wait_for(0s), std::future_status::ready);
+    }
+    ::flock(other.get(), LOCK_UN);
+    made.get();
+}
 
 TEST_F(OwnAuthority, SignsACertificateForAllNames)
 {
