@@ -11,6 +11,7 @@ void TFileCount::OnHubEvent(const THubEvent& event)
         event.signal == EHubSignal::eDeleteFilesRequested) {
         m_current = 0;
         m_names = event.fileNames.value_or(QStringList());
+        m_isCancelled = false;
     } else if (event.signal == EHubSignal::eUploadingFile ||
                event.signal == EHubSignal::eDownloadingFile ||
                event.signal == EHubSignal::eDeletingFile) {

@@ -197,7 +197,6 @@ void TWindowSession::NoteResult(const THubEvent& event)
     case EHubSignal::eUploadComplete:
     case EHubSignal::eDownloadComplete:
     case EHubSignal::eDeleteComplete:
-        m_files.SetCancelled(m_plugin.IsCancelRequested());
         m_result = ResultState(m_files, hostimpl::TakeArchivesWithoutSpace());
         break;
     default:
@@ -224,7 +223,9 @@ void TWindowSession::ShowLink()
 void TWindowSession::ShowWork(const kesdkimpl::LinkStatus& status)
 {
     const bool isRunning = m_files.IsRunning();
-    m_files.SetCancelled(m_plugin.IsCancelRequested());
+    if (m_plugin.IsCancelRequested()) {
+        m_files.NoteCancel();
+    }
     const QString archive = isRunning ? hostimpl::ArchiveInUnpacking() : QString();
     const bool isWorking = status.transfer || !archive.isEmpty();
     const bool wasWorking = std::exchange(m_isWorking, isWorking);

@@ -194,7 +194,9 @@ private Q_SLOTS:
         dialog.EnableButton(TMessageDialog::eButton0, false);
         console::TFileCount files = kelvo::test::Files(name);
         for (const bool isCancelled : {false, true}) {
-            files.SetCancelled(isCancelled);
+            if (isCancelled) {
+                files.NoteCancel();
+            }
             for (const kesdkimpl::LinkStatus& link : kelvo::test::Transfers()) {
                 hostimpl::SetTransferProgress(console::TransferProgress(link, files));
                 QCOMPARE(Faults(dialog), QString());

@@ -147,7 +147,7 @@ private Q_SLOTS:
     void tellsWhenACancelledOperationEnds()
     {
         TFileCount files = ThirdOfTwelve();
-        files.SetCancelled(true);
+        files.NoteCancel();
         QCOMPARE(console::TransferProgress(Moving(100, 900), files).text,
                  QStringLiteral("100 of 900 bytes  ends after this file\n"));
         QCOMPARE(console::WorkProgress({}, QStringLiteral("1"), files)->text,
@@ -158,7 +158,7 @@ private Q_SLOTS:
     {
         TFileCount files = ThirdOfTwelve();
         QVERIFY(!console::ResultState(files, {}));
-        files.SetCancelled(true);
+        files.NoteCancel();
         const auto result = console::ResultState(files, {});
         QVERIFY(result && result->isResult && !result->isMoving && !result->percent);
         QCOMPARE(result->text, QStringLiteral("Ended after 3 of 12 files."));

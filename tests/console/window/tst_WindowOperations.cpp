@@ -258,10 +258,11 @@ private Q_SLOTS:
             Hub()->OnDownloadFromKelvoRequested(EKelvoProjects(0), names);
             QVERIFY(!IsTransferShown(dialog));
             dialog.EnableButton(TMessageDialog::eButton0, false);
-            Q_EMIT Hub()->KelvoDownloadingFile(0, names.first());
             if (isCancelled) {
                 Hub()->OnCancelCurrentOperationRequested();
             }
+            Q_EMIT Hub()->KelvoDownloadingFile(0, names.first());
+            Hub()->RevertCancelCurrentOperation(); // as the worker does before the end
             Hub()->OnKelvoDownloadComplete(0, {});
             QVERIFY(!IsTransferShown(dialog));
             dialog.EnableButton(TMessageDialog::eButton0, true);
