@@ -97,14 +97,13 @@ void TStatusItem::paintEvent(QPaintEvent*)
     painter.setPen(palette().color(QPalette::WindowText));
     const QRect textPlace = rect().adjusted(iconExtent + gap, 0, 0, 0);
     // A long text gets narrower letters of the same height. Only then the text is elided.
-    QString lines;
-    const auto fits = [&](const QFont& narrow) {
-        lines = Lines(m_text, QFontMetrics(narrow), textPlace.width()).join(QLatin1Char('\n'));
-        return !lines.contains(QChar(0x2026));
+    const auto lines = [&](const QFont& narrow) {
+        return Lines(m_text, QFontMetrics(narrow), textPlace.width()).join(QLatin1Char('\n'));
     };
-    painter.setFont(hostimpl::NarrowFont(font(), fits));
-    fits(painter.font());
-    painter.drawText(textPlace, Qt::AlignVCenter | Qt::AlignLeft, lines);
+    const auto fits = [&](const QFont& narrow) { return !lines(narrow).contains(QChar(0x2026)); };
+    const QFont fitting = hostimpl::NarrowFont(font(), fits);
+    painter.setFont(fitting);
+    painter.drawText(textPlace, Qt::AlignVCenter | Qt::AlignLeft, lines(fitting));
 }
 
 } // namespace console

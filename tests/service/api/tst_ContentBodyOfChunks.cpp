@@ -94,10 +94,7 @@ protected:
     objects::Bucket bucket{gateway.address(), test::ObjectGateway::credentials(), clock,
                            oneAttempt()};
     chunks::ChunkedContents chunks{database, bucket, clock, chunkBytes};
-    Context chunked{database, chunks,      digestLocks,     activeUploads,  integrity,
-                    broker,   accounts,    clock,           filePool,       filePool,
-                    reserve,  answerFiles, answersInMemory, transferMemory, context.scratchFolder,
-                    &reserve, {}};
+    Context chunked = contextWith(chunks, activeUploads);
 };
 
 TEST_F(ContentBodiesOfChunks, HoldMemoryAsLongAsTheirReader)

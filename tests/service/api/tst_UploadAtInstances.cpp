@@ -78,31 +78,10 @@ protected:
         };
     }
 
-    Context contextWith(content::Contents& contentsOfInstance)
-    {
-        return {database,
-                contentsOfInstance,
-                digestLocks,
-                ownUploads,
-                integrity,
-                broker,
-                accounts,
-                clock,
-                filePool,
-                filePool,
-                reserve,
-                answerFiles,
-                answersInMemory,
-                transferMemory,
-                context.scratchFolder,
-                &reserve,
-                {}};
-    }
-
     std::function<void()> onLook;
     WatchedContents watched{folderContents, [this] { onLook(); }};
     ActiveUploads ownUploads;
-    Context watching = contextWith(watched);
+    Context watching = contextWith(watched, ownUploads);
 };
 
 TEST_F(UploadAtInstances, IsFinishedAtItsWholeLengthForAHead)

@@ -51,6 +51,15 @@ protected:
         return database.readNow([this](soci::session& sql) { return filesIn(sql, user.farmId()); });
     }
 
+    /** The context of an instance with these contents. */
+    api::Context contextWith(content::Contents& ofInstance, api::ActiveUploads& uploads)
+    {
+        return {database, ofInstance,  digestLocks,     uploads,        integrity,
+                broker,   accounts,    clock,           filePool,       filePool,
+                reserve,  answerFiles, answersInMemory, transferMemory, folder.Path() / "uploads",
+                &reserve, {}};
+    }
+
     TempFolder folder;
     ManualClock clock;
     Loop loop;
@@ -69,23 +78,7 @@ protected:
     api::AnswerFiles answerFiles;
     api::AnswerFiles answersInMemory{8 * 200 * 1024};
     api::TransferMemory transferMemory;
-    api::Context context{database,
-                         folderContents,
-                         digestLocks,
-                         activeUploads,
-                         integrity,
-                         broker,
-                         accounts,
-                         clock,
-                         filePool,
-                         filePool,
-                         reserve,
-                         answerFiles,
-                         answersInMemory,
-                         transferMemory,
-                         folder.Path() / "uploads",
-                         &reserve,
-                         {}};
+    api::Context context = contextWith(folderContents, activeUploads);
     store::User user;
     store::Inbox inbox;
 };

@@ -182,7 +182,8 @@ void TListHead::FitText()
             return;
         }
     }
-    // The number of hidden names stands at the beginning or the end of its line: it must stay.
+    // Each translation begins or ends its line with the number of hidden names, so only the middle
+    // of the line may go.
     const auto mode = m_counts.selectedHidden > 0 ? Qt::ElideMiddle : Qt::ElideRight;
     QStringList lines = m_text->text().split(QLatin1Char('\n'));
     for (QString& line : lines) {
