@@ -1,8 +1,22 @@
 // The build: hashed files below assets/, each also in its compressed forms, which the service sends as they are.
 import {readdir, readFile, writeFile} from 'node:fs/promises';
 import {join} from 'node:path';
-import {brotliCompressSync, constants, gzipSync} from 'node:zlib';
-import {defineConfig, type Plugin, type Rollup} from 'vite';
+import {promisify} from 'node:util';
+import {brotliCompress, constants, gzip as gzipWithCallback} from 'node:zlib';
+import {defineConfig, type Plugin} from 'vite';
+
+const gzip = promisify<Uint8Array, object, Buffer>(gzipWithCallback);
+const known = new Map<string, Promise<Buffer>>();
+
+/** Compresses each content once. */
+function brotli(content: string | Uint8Array): Promise<Buffer> {
+  const bytes = Buffer.from(content);
+  const key = bytes.toString('latin1');
+  const form = known.get(key)
+    ?? promisify<Uint8Array, object, Buffer>(brotliCompress)(bytes, {params: {[constants.BROTLI_PARAM_SIZE_HINT]: bytes.length}});
+  known.set(key, form);
+  return form;
+}
 
 const compressible = /\.(html|js|css|svg|json|txt|webmanifest)$/;
 
@@ -16,12 +30,11 @@ function compressedForms(): Plugin {
     },
     closeBundle: async () => {
       const names = await readdir(folder, {recursive: true});
-      for (const name of names.filter((each) => compressible.test(each))) {
+      await Promise.all(names.filter((each) => compressible.test(each)).map(async (name) => {
         const bytes = await readFile(join(folder, name));
-        const size = {[constants.BROTLI_PARAM_SIZE_HINT]: bytes.length};
-        await writeFile(join(folder, `${name}.br`), brotliCompressSync(bytes, {params: size}));
-        await writeFile(join(folder, `${name}.gz`), gzipSync(bytes, {level: 9}));
-      }
+        await writeFile(join(folder, `${name}.br`), await brotli(bytes));
+        await writeFile(join(folder, `${name}.gz`), await gzip(bytes, {level: 9}));
+      }));
     },
   };
 }
@@ -74,10 +87,12 @@ function sizes(): Plugin {
   return {
     name: 'sizes',
     apply: 'build',
-    generateBundle: (_options, bundle) => {
+    generateBundle: async (_options, bundle) => {
       const all = Object.values(bundle);
-      const sizeOf = (file: Rollup.OutputChunk | Rollup.OutputAsset | undefined) =>
-        (file ? brotliCompressSync(file.type === 'chunk' ? file.code : file.source).length : 0);
+      const forms = await Promise.all(all.map(async (file) =>
+        [file.fileName, (await brotli(file.type === 'chunk' ? file.code : file.source)).length] as const));
+      const bytesOf = new Map(forms);
+      const sizeOf = ({fileName}: {fileName: string}) => bytesOf.get(fileName) ?? 0;
       const files = new Set<string>();
       const add = (name: string) => {
         const file = bundle[name];
@@ -91,7 +106,7 @@ function sizes(): Plugin {
       const languages = all.filter((file) => file.type === 'chunk' && /texts\/\w+\.json$/.test(file.facadeModuleId ?? ''));
       const sum = (numbers: number[]) => numbers.reduce((total, each) => total + each, 0);
       const found = {
-        'login page': sum([...files].map((name) => sizeOf(bundle[name]))) + Math.max(...languages.map(sizeOf)),
+        'login page': sum([...files].map((fileName) => sizeOf({fileName}))) + Math.max(...languages.map(sizeOf)),
         'whole page': sum(all.map(sizeOf)),
       };
       for (const [name, bytes] of Object.entries(found)) {
@@ -103,11 +118,18 @@ function sizes(): Plugin {
   };
 }
 
+const source = (name: string) => join(import.meta.dirname, 'src/map', name);
+
+/** The parts of libraries that the page does not need: see each file. proj4 adds each projection of its list, `../projs`. */
+const replacements = {
+  ...Object.fromEntries(['jszip', 'polygon-clipping', '@turf/turf', './DefaultGridParamsGenerator', './CellCenterBasedGridGenerator',
+    './IntersectionBasedGridGenerator', './xmlbuilder/json2xml'].map((part) => [part, source('writers.ts')])),
+  '../projs': source('projections.ts'),
+};
+
 export default defineConfig({
   oxc: {jsx: {runtime: 'automatic', importSource: 'preact'}},
-  // Two parts of libraries that the page does not need. It unpacks archives with fflate, but the library for task data also
-  // brings jszip. And proj4 adds each projection of its list, `../projs`.
-  resolve: {alias: {jszip: join(import.meta.dirname, 'src/map/no_jszip.ts'), '../projs': join(import.meta.dirname, 'src/map/projections.ts')}},
+  resolve: {alias: replacements},
   ssr: {resolve: {mainFields: ['module']}}, // The tests in Node.js read the same files of proj4 as the page.
   build: {assetsInlineLimit: 0, modulePreload: {polyfill: false}, target: 'es2022'},
   worker: {format: 'es', plugins: () => [packageNames()]},

@@ -1,2 +1,0 @@
-// An empty module in the place of jszip: see vite.config.ts.
-export default undefined;
