@@ -4,7 +4,7 @@ import {defineConfig} from 'vitest/config';
 export default defineConfig({
   test: {
     include: ['tests/browser/**/*.test.ts'],
-    maxWorkers: 3, // one more than processors, because many tests wait for the link or the service
+    maxWorkers: 4, // twice the processors, because many tests wait for the link or the service
     testTimeout: 60_000, // ends only a test that hangs
     hookTimeout: 60_000,
   },
