@@ -17,6 +17,8 @@ export const user = signal<User | undefined>(undefined);
 export const inboxes = signal<ReadonlyMap<number, InboxOfProject>>(new Map());
 export const files = signal<ReadonlyMap<number, File>>(new Map());
 export const consoles = signal<ReadonlyMap<number, ConsoleState>>(new Map());
+/** False until the page has a list of the consoles, which may be empty. */
+export const areConsolesRead = signal(false);
 /** A number that changes when a file comes, goes or leaves the bin, but not when a console fetches a file. */
 export const fileSet = signal(0);
 
@@ -61,6 +63,7 @@ export function takeSnapshot(account: Account): void {
 
 /** `before` are the consoles at the start of the read: a console that moved during the read keeps its newer position. */
 export function takeConsoles(list: readonly Console[], before = consoles.value): void {
+  areConsolesRead.value = true;
   consoles.value = new Map(list.map((each) => [each.id, withMovement(each, before.get(each.id))]));
 }
 
@@ -134,6 +137,7 @@ export function forgetAll(): void {
   inboxes.value = new Map();
   files.value = new Map();
   consoles.value = new Map();
+  areConsolesRead.value = false;
 }
 
 function addInbox({entry: {entries, ...inbox}}: InboxEvent): void {

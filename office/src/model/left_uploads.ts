@@ -52,8 +52,13 @@ export function noteSending(whenDone: Promise<unknown>): void {
 export const isSame = ({key, targets, note}: LeftUpload, file: File): boolean =>
   key.startsWith(`tus::${fingerprintOf(file, targets, note)}::`);
 
-/** Takes the upload from the list, for example because it continues. */
-export function unlist(upload: LeftUpload): void {
+/** Takes the file from the list, because it is sent now. */
+export function unlistSame(file: File, targets: readonly number[], note: string): void {
+  const prefix = `tus::${fingerprintOf(file, targets, note)}::`;
+  leftUploads.value.filter(({key}) => key.startsWith(prefix)).forEach(unlist);
+}
+
+function unlist(upload: LeftUpload): void {
   leftUploads.value = leftUploads.value.filter((each) => each !== upload);
   if (!upload.address) void defaultOptions.urlStorage.removeUpload(upload.key);
 }

@@ -4,7 +4,7 @@ import {Upload, type HttpResponse} from 'tus-js-client';
 import {apiPath} from '../api/client';
 import {digestOf} from './digest';
 import {user} from './farm';
-import {fingerprintOf, forgetWaiting, leftUploads, metadataOf, noteSending, noteWaiting} from './left_uploads';
+import {fingerprintOf, forgetWaiting, leftUploads, metadataOf, noteSending, noteWaiting, unlistSame} from './left_uploads';
 import {link} from './session';
 import {compare} from './stored_copy';
 import {failureOf, keepUpload, maySucceedLater, pauseMs, type Failure, type UploadError} from './upload_errors';
@@ -45,6 +45,7 @@ export const isUnfinished = ({state}: Sending): boolean => state !== 'done';
 
 export function send(chosen: readonly File[], targets: readonly number[], note: string): void {
   const added = chosen.map((file): Sending => ({key: ++lastKey, file, targets, note, state: 'waiting', sentBytes: 0}));
+  for (const file of chosen) unlistSame(file, targets, note);
   for (const each of added.slice(0, mostNoted)) void noteWaiting(each);
   sendings.value = [...sendings.value, ...added];
   startNext();

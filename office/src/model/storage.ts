@@ -1,8 +1,8 @@
 // How much of its quota a farm or a user uses.
 import type {FarmUsage} from '../api/client';
 
-type Limits = FarmUsage['quota']['farm'] | FarmUsage['quota']['user'];
-type Usage = FarmUsage['users'][number]['usage'];
+export type Limits = FarmUsage['quota']['farm'] | FarmUsage['quota']['user'];
+export type Usage = FarmUsage['users'][number]['usage'];
 
 /** At this share the service counts a farm as nearly full. */
 const nearlyFullShare = 0.9;
@@ -10,7 +10,7 @@ const nearlyFullShare = 0.9;
 export type Fill = 'free' | 'nearlyFull' | 'full';
 
 export interface Amount {
-  kind: 'bytes' | 'files' | 'uploads' | 'sessions';
+  kind: 'bytes' | 'files' | 'uploads' | 'sessions' | 'users';
   used: number;
   limit: number;
   /** Of the limit; above 1 if the limit was lowered. */
@@ -24,16 +24,18 @@ export const asksForRoom = (amounts: readonly Amount[]): boolean =>
   amounts.some(({kind, fill}) => (kind === 'bytes' || kind === 'files') && fill !== 'free');
 
 /**
- * One amount for each limit. Positions are left out, because nothing stores their number. The limit of files also counts
- * the files of uploads in progress; the service does not tell their number.
+ * One amount for each limit that has a use: nothing stores the number of positions. During an update of the service, an
+ * answer may be of a version without `upload_files`.
  */
 export function amountsOf(usage: Usage, limits: Limits): Amount[] {
   const list = [
     amount('bytes', usage.bytes + usage.upload_bytes, limits.bytes),
-    amount('files', usage.files, limits.files),
+    amount('files', usage.files + (usage.upload_files ?? 0), limits.files),
     amount('uploads', usage.uploads, limits.uploads),
   ];
-  return 'sessions' in limits ? [...list, amount('sessions', usage.sessions, limits.sessions)] : list;
+  if ('sessions' in limits) list.push(amount('sessions', usage.sessions, limits.sessions));
+  else if (usage.users !== undefined) list.push(amount('users', usage.users, limits.users));
+  return list;
 }
 
 function amount(kind: Amount['kind'], used: number, limit: number): Amount {

@@ -115,7 +115,7 @@ function emptyText(isSearched: boolean, hasFiles: boolean): TextKey {
 function FileTable({files, hasFetches}: {files: readonly File[]; hasFetches: boolean}) {
   const heads = [t('files.name'), t('files.size'), t('send.done'), ...(hasFetches ? [t('files.fetched')] : []), t('action')];
   return (
-    <LongTable heads={heads} widths={{1: '90px', 2: timeWidth(0.85), [heads.length - 1]: `calc(${(t('files.map') + t('files.delete')).length}ch + 78px)`}} rows={files} keyOf={({id}) => id} cells={(file) => [
+    <LongTable heads={heads} widths={{1: `max(104px, ${t('files.size').length}ch + 32px)`, 2: timeWidth(0.85), [heads.length - 1]: `calc(${(t('files.map') + t('files.delete')).length}ch + 78px)`}} rows={files} keyOf={({id}) => id} cells={(file) => [
       <Name file={file} />,
       sizeText(file.size),
       <span class="lines">

@@ -2,7 +2,7 @@
 import {useComputed, useSignal} from '@preact/signals';
 import {useEffect} from 'preact/hooks';
 import type {TrackPoint} from '../api/client';
-import {consoleName, consoles, labelOf, lastContactMs, measuredMs, type ConsoleState} from '../model/farm';
+import {areConsolesRead, consoleName, consoles, labelOf, lastContactMs, measuredMs, type ConsoleState} from '../model/farm';
 import {reconnections, renewConsoles} from '../model/session';
 import type {Marker} from '../map/fleet';
 import type {Point} from '../map/geometry';
@@ -31,7 +31,7 @@ export function Fleet({consoleId}: {consoleId: number | undefined}) {
   const known = useSlowly(consoles, pauseMs);
   useNewReports();
   const all = [...known.values()];
-  if (all.length === 0) return <p class="empty">{t('fleet.none')}</p>;
+  if (all.length === 0) return <p class="empty" role="status">{t(areConsolesRead.value ? 'fleet.none' : 'page.loading')}</p>;
   const found = all.filter((console) => matches(search.value, consoleName(console), console.operator.name)
     && (!isSilentOnly.value || now.value - lastContactMs(console) > silentMs));
   const chosen = consoleId === undefined ? undefined : known.get(consoleId);
@@ -86,7 +86,7 @@ function Line({console, isChosen}: {console: ConsoleState; isChosen: boolean}) {
     <li>
       <a href={`#/fleet/${console.id}`} aria-current={isChosen ? 'true' : undefined}>
         <b><bdi>{consoleName(console)}</bdi></b> {operator.name}
-        {contactMs > 0 && <span class="detail">{t('fleet.contactAgo', {ago: agoText(contactMs)})}</span>}
+        <span class="detail">{contactMs > 0 ? t('fleet.contactAgo', {ago: agoText(contactMs)}) : t('fleet.noContact')}</span>
         <span class="detail">
           {position ? t('fleet.positionAgo', {ago: agoText(measuredMs(position))}) : t('fleet.noPosition')}
           {movement && ` · ${Math.round(movement.speedKmh)} km/h`}

@@ -10,7 +10,7 @@ import {Sessions} from './Sessions';
 import {tell, tellError} from './Toast';
 
 export function OwnAccount() {
-  const sessions = useSignal<readonly OwnSession[]>([]);
+  const sessions = useSignal<readonly OwnSession[] | undefined>(undefined);
   const question = useSignal<Question | undefined>(undefined);
   const read = async () => {
     try {
@@ -35,8 +35,8 @@ export function OwnAccount() {
         question.value = ownPassword(read);
       }}>{t('account.password')}</button></p>
       <h3>{t('sessions.title')}</h3>
-      <Sessions sessions={sessions.value} action={({id, current}) => !current &&
-        <button onClick={() => void end(id)}>{t('sessions.end')}</button>} />
+      {sessions.value ? <Sessions sessions={sessions.value} action={({id, current}) => !current &&
+        <button onClick={() => void end(id)}>{t('sessions.end')}</button>} /> : <p role="status">{t('page.loading')}</p>}
       {question.value && <Ask question={question.value} onEnd={() => {
         question.value = undefined;
       }} />}

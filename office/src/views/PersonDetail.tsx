@@ -3,7 +3,6 @@ import {useSignal} from '@preact/signals';
 import {apiPath, client, documentOf, ignoreMissing, type User} from '../api/client';
 import {filesByInbox, inboxes} from '../model/farm';
 import {reconnections, renewConsoles} from '../model/session';
-import {amountsOf} from '../model/storage';
 import {projectName, t} from '../texts';
 import {Ask, type Question} from './Ask';
 import {useNewest} from './newest';
@@ -93,7 +92,7 @@ function OpenSessions({person}: {person: User}) {
 function UsedStorage({person}: {person: User}) {
   const found = useUsage(person);
   const own = found?.users.find(({id}) => id === person.id);
-  return found && own ? <><h3>{t('nav.storage')}</h3><Amounts amounts={amountsOf(own.usage, found.quota.user)} /></> : null;
+  return found && own ? <><h3>{t('nav.storage')}</h3><Amounts usage={own.usage} limits={found.quota.user} /></> : null;
 }
 
 async function change({id}: User, body: {disabled?: boolean; name?: string; password?: string}): Promise<void> {

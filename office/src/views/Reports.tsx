@@ -49,7 +49,7 @@ export function Reports() {
 function Table({found}: {found: readonly Report[]}) {
   const heads = [t('files.name'), t('operator'), t('reports.field'), t('files.size'), t('files.received'), t('action')];
   return (
-    <LongTable heads={heads} widths={{3: '100px', 4: timeWidth(), 5: '120px'}} rows={found} keyOf={({file}) => file.id} cells={({file, operator}) => [
+    <LongTable heads={heads} widths={{3: `max(104px, ${t('files.size').length}ch + 32px)`, 4: timeWidth(), 5: '120px'}} rows={found} keyOf={({file}) => file.id} cells={({file, operator}) => [
       <a href={`${apiPath}/resources/${file.id}/content`} download={file.name} title={file.name}><bdi>{file.name}</bdi></a>,
       operator,
       fieldsOf.value.get(file.sha256)?.join(', ') ?? '…',

@@ -1,10 +1,10 @@
 // The files on their way, at the bottom of every view.
 import {useEffect} from 'preact/hooks';
-import {findLeftUploads, isSame, leftUploads, removeLeft, unlist, type LeftUpload} from '../model/left_uploads';
+import {findLeftUploads, isSame, leftUploads, removeLeft, type LeftUpload} from '../model/left_uploads';
 import {isUnfinished, pause, remove, resume, send, sendings, type Sending} from '../model/sending';
 import type {Failure} from '../model/upload_errors';
 import {inboxes, user} from '../model/farm';
-import {countText, refusalText, t} from '../texts';
+import {countText, refusalText, t, type TextKey} from '../texts';
 import {tell} from './Toast';
 
 export function Sendings() {
@@ -23,12 +23,25 @@ export function Sendings() {
           {collapsed.map((sending) => <Line key={sending.key} sending={sending} />)}
         </details>
       )}
-      {done.length > 1 && (
-        <button onClick={() => done.forEach(({key}) => remove(key))}>{t('send.removeDone', {count: done.length})}</button>
-      )}
+      <ForAll text="send.resumeAll" list={sendings.value.filter(isHalted)} onDo={resume} />
+      <ForAll text="send.removeFailed" list={sendings.value.filter(({state}) => state === 'failed')} onDo={remove} />
+      <ForAll text="send.removeDone" list={done} onDo={remove} />
     </aside>
   );
 }
+
+/** One button for several lines. */
+function ForAll({text, list, onDo}: {text: TextKey; list: readonly Sending[]; onDo: (key: number) => void}) {
+  if (list.length < 2) return null;
+  return (
+    <button onClick={() => {
+      document.querySelector<HTMLElement>('main')?.focus(); // The button goes.
+      list.forEach(({key}) => onDo(key));
+    }}>{t(text, {count: countText(list.length)})}</button>
+  );
+}
+
+const isHalted = ({state}: Sending): boolean => state === 'paused' || state === 'failed';
 
 function Line({sending}: {sending: Sending}) {
   const {key, file, state, targets} = sending;
@@ -38,11 +51,10 @@ function Line({sending}: {sending: Sending}) {
       <span>{targetsText(targets)}</span>
       {state !== 'done' && <progress max={file.size || 1} value={sending.sentBytes} aria-label={file.name} />}
       <span role="status">{stateText(sending)}</span>
-      {(state === 'sending' || state === 'waiting') &&
-        <button onClick={() => pause(key)}>{t('send.pause')}</button>}
-      {(state === 'paused' || state === 'failed') &&
-        <button onClick={() => resume(key)}>{t('send.resume')}</button>}
-      <button aria-label={`${t('send.remove')} ${file.name}`} onClick={() => remove(key)}>{t('send.remove')}</button>
+      {state !== 'done' && <button onClick={() => (isHalted(sending) ? resume(key) : pause(key))}>
+        {t(isHalted(sending) ? 'send.resume' : 'send.pause')}
+      </button>}
+      <RemoveButton name={file.name} onRemove={() => remove(key)} />
     </div>
   );
 }
@@ -52,7 +64,6 @@ function LeftLine({upload}: {upload: LeftUpload}) {
   const take = (file: File | undefined) => {
     if (!file) return;
     if (!isSame(upload, file)) return tell(t('send.otherFile', {name}));
-    unlist(upload);
     send([file], targets, note);
   };
   return (
@@ -67,13 +78,30 @@ function LeftLine({upload}: {upload: LeftUpload}) {
           event.currentTarget.value = '';
         }} />
       </label>
-      <button aria-label={`${t('send.remove')} ${name}`} onClick={() => void removeLeft(upload)}>{t('send.remove')}</button>
+      <RemoveButton name={name} onRemove={() => void removeLeft(upload)} />
     </div>
   );
 }
 
+function RemoveButton({name, onRemove}: {name: string; onRemove: () => void}) {
+  return (
+    <button aria-label={`${t('send.remove')} ${name}`} onClick={({currentTarget}) => {
+      passFocus(currentTarget);
+      onRemove();
+    }}>{t('send.remove')}</button>
+  );
+}
+
+/** The line of the button goes: the next line takes the focus. Without lines, the view takes it. */
+function passFocus(button: HTMLElement): void {
+  if (button !== document.activeElement) return;
+  const all = [...document.querySelectorAll<HTMLElement>('.sending > button:last-child')].filter((each) => each.checkVisibility());
+  const place = all.indexOf(button);
+  (all[place + 1] ?? all[place - 1] ?? document.querySelector<HTMLElement>('main'))?.focus();
+}
+
 const targetsText = (targets: readonly number[]): string =>
-  t('send.to', {inbox: targets.map((id) => inboxes.value.get(id)?.owner.name ?? '').join(', ')});
+  t('send.to', {inbox: targets.map((id) => inboxes.value.get(id)?.owner.name ?? '–').join(', ')});
 
 function stateText({state, file, sentBytes, failure}: Sending): string {
   const percent = Math.floor((100 * sentBytes) / (file.size || 1));

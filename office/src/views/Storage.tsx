@@ -3,7 +3,7 @@ import {useSignal} from '@preact/signals';
 import {client, documentOf, type FarmUsage} from '../api/client';
 import {fileSet, user} from '../model/farm';
 import {reconnections} from '../model/session';
-import {amountsOf, asksForRoom, type Amount} from '../model/storage';
+import {amountsOf, asksForRoom, type Amount, type Limits, type Usage} from '../model/storage';
 import {countText, percentText, sizeText, t, type TextKey} from '../texts';
 import {LongTable} from './LongTable';
 import {useNewest} from './newest';
@@ -18,6 +18,7 @@ const names: Record<Amount['kind'], TextKey> = {
   files: 'storage.files',
   uploads: 'storage.uploads',
   sessions: 'sessions.title',
+  users: 'storage.users',
 };
 
 export function Storage() {
@@ -39,37 +40,45 @@ export function useUsage(cause?: unknown): FarmUsage | undefined {
 }
 
 function FarmPart({usage: {quota, usage}}: {usage: FarmUsage}) {
-  const amounts = amountsOf(usage, quota.farm);
   return (
     <section>
       <h2>{t('storage.title')}</h2>
-      {asksForRoom(amounts) && <p class="notes" role="alert">{t('storage.advice')}</p>}
-      <Amounts amounts={amounts} />
-      <p>
-        {t('storage.bin', {size: sizeText(usage.bin_bytes), count: countText(usage.bin_files)})}{' '}
-        <a href="#/bin">{t('nav.bin')}</a>
-      </p>
-      {usage.uploads > 0 && <p>{t('storage.uploadBytes', {size: sizeText(usage.upload_bytes)})}</p>}
+      {asksForRoom(amountsOf(usage, quota.farm)) && <p class="notes" role="alert">{t('storage.advice')}</p>}
+      <Amounts usage={usage} limits={quota.farm} />
     </section>
   );
 }
 
-export function Amounts({amounts}: {amounts: readonly Amount[]}) {
+/** All that the service tells of the use by a farm or a person. The sessions of a farm have no limit. */
+export function Amounts({usage, limits}: {usage: Usage; limits: Limits}) {
   return (
-    <dl class="amounts">
-      {amounts.map((amount) => [
-        <dt key={`${amount.kind} name`}>{t(names[amount.kind])}</dt>,
-        <dd key={amount.kind}><Bar amount={amount} name={t(names[amount.kind])} /> {amountText(amount)}</dd>,
-      ])}
-    </dl>
+    <>
+      <dl class="amounts">
+        {amountsOf(usage, limits).map((amount) => [
+          <dt key={`${amount.kind} name`}>{t(names[amount.kind])}</dt>,
+          <dd key={amount.kind}><Bar amount={amount} name={t(names[amount.kind])} /> {amountText(amount)}</dd>,
+        ])}
+        {!('sessions' in limits) && <><dt>{t('sessions.title')}</dt><dd>{countText(usage.sessions)}</dd></>}
+        <dt>{t('storage.positions')}</dt><dd>{t('storage.most', {limit: countText(limits.positions)})}</dd>
+      </dl>
+      <p>
+        {t('storage.bin', {size: sizeText(usage.bin_bytes), count: countText(usage.bin_files)})}{' '}
+        <a href="#/bin">{t('nav.bin')}</a>
+      </p>
+      {usage.uploads > 0 && (
+        <p>{t('storage.uploadShare', {size: sizeText(usage.upload_bytes), count: countText(usage.upload_files ?? 0)})}</p>
+      )}
+    </>
   );
 }
+
+const ofPeople = ['bytes', 'files', 'uploads', 'sessions'] as const satisfies Amount['kind'][];
 
 /** The users who store most come first. */
 function People({usage: {quota, users}}: {usage: FarmUsage}) {
   const search = useSignal('');
   const found = users.filter(({name}) => matches(search.value, name)).sort((a, b) => b.usage.bytes - a.usage.bytes);
-  const heads = [t('nav.people'), ...Object.values(names).map((name) => t(name))];
+  const heads = [t('nav.people'), ...ofPeople.map((kind) => t(names[kind]))];
   return (
     <section>
       <div class="bar wrap">

@@ -9,6 +9,8 @@ useWorld();
 
 const address = '00:1b:44:11:3a:b7';
 const nowS = () => Math.floor(Date.now() / 1000);
+/** The page's clock is up to ten seconds behind. */
+const behindS = 20;
 
 const move = (time_s: number, latitude: number, longitude: number) =>
   world.command('report', 'POST', '/positions', {time_s, latitude, longitude, hardware_address: address});
@@ -80,7 +82,7 @@ describe('the fleet', () => {
 
   it('shows speed and heading of a console as it moves, and chooses it on the map', async () => {
     const page = await openFleet();
-    const start = nowS() - 60;
+    const start = nowS() - 60 - behindS;
     await move(start, 51.5, 5.5);
     await page.getByText('Position measured 1 minute ago').waitFor();
     await move(start + 60, 51.5, 5.503); // 207.7 m to the east in a minute
@@ -163,7 +165,7 @@ describe('the fleet', () => {
     const page = await world.logIn('office');
     await replace(page, '/consoles', ({consoles: [console]}) => {
       console.position.time_s = nowS() + 20 * 3600;
-      console.position.received_at = new Date((nowS() - 10 * 3600) * 1000).toISOString();
+      console.position.received_at = new Date((nowS() - 10 * 3600 - behindS) * 1000).toISOString();
     });
     await page.getByRole('link', {name: 'Fleet', exact: true}).click();
     await page.getByText('Position measured 10 hours ago').waitFor();
@@ -174,7 +176,7 @@ describe('the fleet', () => {
   });
 
   it('tells the last contact of a console that shares no position', async () => {
-    const ago = (minutes: number) => new Date((nowS() - 60 * minutes) * 1000).toISOString();
+    const ago = (minutes: number) => new Date((nowS() - 60 * minutes - behindS) * 1000).toISOString();
     const page = await world.logIn('office');
     await replace(page, '/consoles', ({consoles: [console]}) => {
       Object.assign(console, {position: null, devices: [], last_contact_at: ago(10)});
@@ -184,6 +186,33 @@ describe('the fleet', () => {
     await page.getByRole('link', {name: /Console 12.*Last contact 10 minutes ago\s*No position/}).waitFor();
     await page.getByLabel('No contact for an hour').check();
     await page.getByText('No console matches the search.').waitFor();
+  });
+
+  it('shows a console that never had contact, and no console, as that', async () => {
+    const page = await world.logIn('office', {viewport: {width: 360, height: 740}});
+    await replace(page, '/consoles', (document) => {
+      document.consoles = [{...document.consoles[0], console_string: '', environment: null, position: null, devices: [], last_contact_at: null}];
+    });
+    await page.getByRole('link', {name: 'Fleet', exact: true}).click();
+    await page.getByRole('link', {name: `${address} olga Last contact not known No position`}).click();
+    await page.getByText('The console has reported no equipment.').waitFor();
+    await page.getByLabel('No contact for an hour').check();
+    await page.locator('.consoles a').waitFor();
+    await expectNoBarrier(page);
+    await page.emulateMedia({colorScheme: 'light'});
+    await world.picture(page, 'no-contact-360');
+    await page.setViewportSize({width: 1280, height: 800});
+    await world.picture(page, 'no-contact-1280');
+
+    let answer = (_consoles: object[]) => undefined as void;
+    await page.unrouteAll();
+    await page.route(/\/consoles\?/, (route) => {
+      answer = (consoles) => void route.fulfill({json: {consoles}});
+    });
+    await Promise.all([page.waitForRequest(/\/consoles\?/), page.reload()]);
+    await page.locator('main').getByText('Loading').waitFor();
+    answer([]);
+    await page.getByText('No console is listed.').waitFor();
   });
 
   it('shows equipment and new consoles without a position after a minute, while the page is visible', async () => {
@@ -244,7 +273,7 @@ describe('the fleet', () => {
   it('shows nothing of a console that is not on the farm', async () => {
     const page = await openFleet();
     await page.goto(`${world.origin}/#/fleet/999999`);
-    await page.getByText('This console is not on your farm.').waitFor();
+    await page.getByText('This console is not here.').waitFor();
   });
 });
 

@@ -7,7 +7,7 @@ useWorld();
 
 const row = (page: Page, name: string) => page.locator('tbody tr', {hasText: name});
 const button = (page: Page, name: string) => page.getByRole('button', {name, exact: true});
-const put = (name: string, project = 'Curves') => world.command<number[]>('put', world.newFile(name, new Uint8Array(9)), project);
+const put = (name: string, project = 'Curves', bytes = 9) => world.command<number[]>('put', world.newFile(name, new Uint8Array(bytes)), project);
 const choose = (page: Page, ...paths: string[]) => page.locator('.send input[type=file]').setInputFiles(paths);
 /** The element that has the focus when the button goes. */
 const focusWithout = (page: Page, label: string) => page.evaluateHandle((gone) => ({
@@ -94,6 +94,56 @@ describe('the keyboard', () => {
   });
 });
 
+describe('the keyboard among the files on their way', () => {
+  it('keeps its place when a button changes or its line goes, and one button continues or removes all', async () => {
+    const names = ['p1.zip', 'p2.zip', 'p3.zip'];
+    const page = await openCurves();
+    await page.route('**/uploads', (route) => route.fulfill({status: 403, body: ''}));
+    await choose(page, ...names.map((name) => world.newFile(name, new Uint8Array(3))));
+    await page.locator('.review .main').click();
+    await page.locator('.sending.failed').nth(2).waitFor();
+    const focused = () => page.evaluate(() => document.activeElement?.getAttribute('aria-label') ?? document.activeElement?.textContent);
+    const line = page.locator('.sending', {hasText: 'p2.zip'});
+    await page.unroute('**/uploads');
+    await page.route('**/uploads', () => undefined); // The service does not answer.
+    await line.getByRole('button', {name: 'Continue'}).focus();
+    await page.keyboard.press('Enter');
+    await line.getByRole('button', {name: 'Pause'}).waitFor();
+    expect(await focused()).toBe('Pause');
+    await page.keyboard.press('Enter');
+    await line.getByText('Paused at 0 %').waitFor();
+    expect(await focused()).toBe('Continue');
+    for (const [name, next] of [['p2.zip', 'Remove p3.zip'], ['p3.zip', 'Remove p1.zip']] as const) {
+      await button(page, `Remove ${name}`).focus();
+      await page.keyboard.press('Enter');
+      await page.locator('.sending', {hasText: name}).waitFor({state: 'detached'});
+      expect(await focused()).toBe(next);
+    }
+    await page.keyboard.press('Enter');
+    await page.locator('.sending').waitFor({state: 'detached'});
+    expect(await page.evaluate(() => document.activeElement?.localName)).toBe('main');
+
+    await page.unrouteAll();
+    await page.route('**/uploads', (route) => route.fulfill({status: 403, body: ''}));
+    await choose(page, ...names.map((name) => world.newFile(name, new Uint8Array(3))));
+    await page.locator('.review .main').click();
+    await button(page, 'Remove all files that failed (3)').waitFor();
+    await page.unrouteAll();
+    await button(page, 'Continue all (3)').click();
+    await button(page, 'Remove all sent files from this list (3)').click();
+    await page.locator('.sending').waitFor({state: 'detached'});
+    await page.route('**/uploads', (route) => route.fulfill({status: 403, body: ''}));
+    await choose(page, ...['p4.zip', 'p5.zip'].map((name) => world.newFile(name, new Uint8Array(3))));
+    await page.locator('.review .main').click();
+    await button(page, 'Remove all files that failed (2)').click();
+    await page.locator('.sending').waitFor({state: 'detached'});
+    await page.reload();
+    await page.locator('.link.live').waitFor();
+    expect(await page.locator('.sending').count()).toBe(0);
+    world.complaints.length = 0; // Chromium reports the refusals.
+  });
+});
+
 describe('the message of a deletion', () => {
   it('stays while "Undo" has the focus', async () => {
     await put('message.zip');
@@ -140,15 +190,17 @@ describe('the search', () => {
 });
 
 describe('the rows', () => {
-  /** The times in sight that are cut, or that a button covers. */
-  const cutTimes = (page: Page) => page.evaluate(() => {
+  /** The heads, times and sizes in sight that are cut, or that a button covers. */
+  const cutTexts = (page: Page) => page.evaluate(() => {
     const {bottom} = document.querySelector('.scroll')!.getBoundingClientRect();
-    return [...document.querySelectorAll<HTMLElement>('tbody td, tbody .lines > span')].filter((each) => {
+    const heads = [...document.querySelectorAll('th')].filter((each) => each.scrollWidth > each.clientWidth);
+    const texts = [...document.querySelectorAll<HTMLElement>('tbody td, tbody .lines > span')].filter((each) => {
       const box = each.getBoundingClientRect();
-      if (!/\d[:.]\d\d/.test(each.textContent ?? '') || each.childElementCount > 0 || box.bottom > bottom) return false;
+      if (!/\d[:.]\d\d|^\d+\s\S+$/.test(each.textContent ?? '') || each.childElementCount > 0 || box.bottom > bottom) return false;
       const end = document.elementFromPoint(box.right - 13, box.top + 5);
       return each.scrollWidth > each.clientWidth || end?.closest('td') !== each.closest('td');
-    }).map((each) => each.textContent);
+    });
+    return [...heads, ...texts].map((each) => each.textContent);
   });
   const cutButtons = (page: Page) => page.evaluate(() => {
     const {right} = document.querySelector('.scroll')!.getBoundingClientRect();
@@ -158,22 +210,22 @@ describe('the rows', () => {
     }).map((each) => each.textContent);
   });
 
-  it.each(['en-US', 'en-GB', 'de-DE', 'pt-BR', 'fr-FR', 'pl-PL'])('have the height that the table counts with, and show times and buttons whole: %s', async (locale) => {
-    await put('a name of a file that is longer than its column in each window of the page.zip');
+  it.each(['en-US', 'en-GB', 'de-DE', 'pt-BR', 'fr-FR', 'pl-PL'])('have the height that the table counts with, and show heads, times, sizes and buttons whole: %s', async (locale) => {
+    await put('a name of a file that is longer than its column in each window of the page.zip', 'Curves', 888);
     await world.command('remove', (await put('to the bin.zip'))[0]);
     await put('report.zip', 'From Console');
     const page = await openCurves({locale});
     const inbox = (await page.locator('.inboxes a').nth(2).getAttribute('href'))!.slice('#/'.length);
     for (const width of [1280, 1024]) {
       await page.setViewportSize({width, height: 800});
-      for (const view of [inbox, 'bin', 'reports']) {
+      for (const view of [inbox, 'bin', 'reports', 'storage']) {
         await world.show(page, view);
-        await page.locator('tbody tr[aria-rowindex] .button, tbody tr[aria-rowindex] button').first().waitFor();
+        await page.locator('tbody tr[aria-rowindex] :is(.button, button, .fill)').first().waitFor();
         await world.picture(page, `${view.split('/')[0]}-${locale}-${width}`);
         const heights = await page.locator('tbody tr[aria-rowindex]').evaluateAll((rows) =>
           rows.map((each) => each.getBoundingClientRect().height));
         expect([view, ...new Set(heights)]).toEqual([view, 44]);
-        expect(await cutTimes(page)).toEqual([]);
+        expect(await cutTexts(page)).toEqual([]);
         expect(await cutButtons(page)).toEqual([]);
       }
     }

@@ -182,6 +182,7 @@ describe('the office', () => {
     page.on('request', (request) => heads.push(request.method()));
     await sendFile(page, path);
     await page.locator('.sending.done').waitFor();
+    expect(await page.locator('.sending.left').count()).toBe(0);
     expect(heads).toContain('HEAD');
     expect(heads).not.toContain('POST');
     expect((await world.command<Record<string, string>>('digests', 'To Console'))['reloaded.zip']).toBe(digest);

@@ -5,7 +5,7 @@ import type {Page, Route} from 'playwright-core';
 import {describe, expect, it} from 'vitest';
 import {archive, field, taskData} from '../unit/archives';
 import {expectNoBarrier, violations} from './barriers';
-import {useWorld, world} from './world';
+import {slowUpload, useWorld, world} from './world';
 
 useWorld();
 
@@ -149,7 +149,7 @@ describe('the people', () => {
     await sessions.nth(before - 1).waitFor({state: 'detached'});
     expect(await sessions.count()).toBe(before - 1);
     expect(await first.locator('.link.live').count()).toBe(1);
-    await page.locator('.amounts dd:last-of-type', {hasText: new RegExp(`^\\s*${before - 1} of`)}).waitFor();
+    await page.locator('.amounts dd:nth-of-type(4)', {hasText: new RegExp(`^\\s*${before - 1} of`)}).waitFor();
     await page.getByRole('link', {name: 'Everybody'}).click();
     await row(page, 'Session ended').filter({hasText: 'olga'}).first().waitFor();
   });
@@ -308,6 +308,22 @@ describe('the storage', () => {
     await bin.getByText(`Files in the bin: ${binBefore + 1}.`).waitFor();
     await link(page, 'olga').click();
     await page.locator('.person > h2').getByText('olga').waitFor();
+  });
+
+  it('shows an upload in progress with its files, and the limits of the farm', async () => {
+    const path = world.newFile('half.zip', new Uint8Array(2_000_000));
+    const page = await world.logIn('office');
+    await slowUpload(page, 100_000);
+    await page.locator('.send input[type=file]').setInputFiles(path);
+    await page.locator('.review .main').click();
+    await page.waitForFunction(() => Number(document.querySelector('progress')?.value) > 0);
+    await world.show(page, 'storage');
+    await page.getByText('Uploads in progress need 2 MB of the space and make 1 of the files.').waitFor();
+    const amounts = (await page.locator('.amounts').innerText()).replace(/\s+/g, ' ');
+    const {files} = await page.evaluate(async () => (await (await fetch('/kelvo-api/v1/farms/1/usage')).json()).usage);
+    for (const part of [`Files ${files + 1} of 500,000`, 'Uploads in progress 1 of 5,000', 'People, with those deleted in the last 30 days',
+      'Sessions', 'Positions of consoles in a minute at most 6,000']) expect(amounts).toContain(part);
+    await page.locator('.sending').getByRole('button', {name: 'Remove'}).click();
   });
 
   it('keeps the newer of two answers', async () => {

@@ -2,7 +2,7 @@
 import {beforeEach, describe, expect, it, vi} from 'vitest';
 import {defaultOptions} from 'tus-js-client';
 import {forgetAll, takeSnapshot} from '../../src/model/farm';
-import {findLeftUploads, fingerprintOf, forgetWaiting, isSame, leftUploads, noteWaiting} from '../../src/model/left_uploads';
+import {findLeftUploads, fingerprintOf, forgetWaiting, isSame, leftUploads, noteWaiting, unlistSame} from '../../src/model/left_uploads';
 import '../../src/model/sending';
 
 const file = {name: 'a.zip', size: 5, lastModified: 1} as File;
@@ -42,6 +42,15 @@ describe('an upload that is left', () => {
     expect(isSame(leftUploads.value[0]!, file)).toBe(true);
     await forgetWaiting(waiting);
     expect(stored).toEqual([]);
+  });
+
+  it('is not listed any more when the same file is sent to the same inbox with the same note', () => {
+    unlistSame(file, [2], 'south');
+    unlistSame(file, [2, 3], '');
+    unlistSame({...file, size: 6}, [2], '');
+    expect(leftUploads.value.length).toBe(1);
+    unlistSame(file, [2], '');
+    expect(leftUploads.value).toEqual([]);
   });
 
   it('is not listed any more when the session ends', () => {
