@@ -110,6 +110,27 @@ TEST_F(CaptivePortal, FailsTransfersAndStoresNothing)
     EXPECT_TRUE(folder.Has("b.zip"));
 }
 
+// A proxy without a route to the service gives such answers, for example while the service is
+// updated.
+TEST_F(CaptivePortal, OnlyTheServiceCanSayThatAFileIsGone)
+{
+    LogIn();
+    const std::int64_t file = service.AddFile(inbox, "a.zip", "content");
+    ASSERT_TRUE(listener.WaitForChange(static_cast<unsigned long>(inbox), static_cast<long>(file)));
+    for (const int status : {403, 404, 410, 412}) {
+        const impl::HttpResponse plain =
+            MakeResponse(status, "no route", {{"Content-Type", "text/plain"}});
+        AnswerPageTo("GET /v1/resources/", plain);
+        EXPECT_FALSE(connection->Download(file, folder.WidePath("a.zip").c_str()));
+        EXPECT_EQ(FirstText(), L"The console did not understand the service's answer.") << status;
+        service.FailNext(Drop("DELETE /v1/resources/"));
+        AnswerPageTo("DELETE /v1/resources/", plain);
+        EXPECT_FALSE(connection->Delete(file)) << status;
+    }
+    EXPECT_EQ(ListedFiles(), (std::vector<std::int64_t>{file}));
+    EXPECT_EQ(service.FileIds(inbox), (std::vector<std::int64_t>{file}));
+}
+
 TEST_F(CaptivePortal, TheErrorOfAProxyIsNotReportedAsACaptivePortal)
 {
     const std::vector<impl::HttpHeader> html{{"Content-Type", "text/html"}};

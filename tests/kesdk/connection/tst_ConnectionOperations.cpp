@@ -135,12 +135,14 @@ TEST_F(ConnectionOperations, ADeleteSucceedsWhenItsAnswerWasLost)
 
 TEST_F(ConnectionOperations, ADeleteSucceedsWhenTheRetryFindsTheFileGone)
 {
-    for (const int status : {404, 410, 412}) {
+    const std::pair<int, const char*> answers[] = {
+        {404, "not-found"}, {410, "gone"}, {412, "precondition-failed"}};
+    for (const auto& [status, name] : answers) {
         ASSERT_TRUE(Upload("a.zip", "abc"));
         Fault fault = Drop("DELETE /v1/resources/");
         fault.kind = Fault::EKind::eDropAfter;
         service.FailNext(fault);
-        service.FailNext(Answer("DELETE /v1/resources/", Problem(status, "")));
+        service.FailNext(Answer("DELETE /v1/resources/", Problem(status, name)));
         EXPECT_TRUE(connection->Delete(ListedFiles().at(0))) << status;
         EXPECT_TRUE(ListedFiles().empty()) << status;
     }

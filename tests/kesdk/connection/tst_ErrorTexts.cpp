@@ -141,6 +141,7 @@ TEST(Problems, ReadsTheErrorOfAProxyFromTheStatus)
     EXPECT_EQ(FailureOf(MakeResponse(502, "<html>bad gateway</html>")).code,
               EErrorCode::eServiceBusy);
     EXPECT_EQ(FailureOf(MakeResponse(401, "")).code, EErrorCode::eSessionEnded);
+    EXPECT_EQ(FailureOf(MakeResponse(408, "")).code, EErrorCode::eDropped);
     EXPECT_EQ(FailureOf(MakeResponse(418, "[1,2]")).code, EErrorCode::eRefusedByService);
     EXPECT_EQ(FailureOf(MakeResponse(599, "{")).code, EErrorCode::eServiceError);
 }

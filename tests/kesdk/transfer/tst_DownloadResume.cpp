@@ -60,7 +60,7 @@ TEST_F(DownloadResume, ResumesAfterAnErrorOfTheService)
     for (const HttpResponse& answer :
          {test::Problem(507, "insufficient-storage"), test::Problem(500, "internal"),
           test::Problem(401, "unauthenticated"), test::Problem(400, "malformed-request"),
-          test::MakeResponse(302)}) {
+          test::MakeResponse(302), test::MakeResponse(404, "no route")}) {
         SCOPED_TRACE(answer.status);
         BeginAndStop();
         service.FailNext(Answer("GET /v1/resources/", answer));

@@ -36,6 +36,12 @@ TEST_F(UploadResume, ResumesAnyNumberOfTimesAsLongAsBytesArrive)
     ExpectStored(Send(), kContent);
 }
 
+TEST_F(UploadResume, ResumesAfterAProxyHasEndedASlowRequest)
+{
+    service.FailNext(Answer("POST /v1/uploads", test::MakeResponse(408, "<html>timeout</html>")));
+    ExpectStored(Send(), kContent);
+}
+
 TEST_F(UploadResume, ResumesAfterAStallTimeout)
 {
     service.FailNext(Stall("POST /v1/uploads", Fault::EKind::eCutRequest, 20));

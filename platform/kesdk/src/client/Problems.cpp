@@ -26,6 +26,7 @@ constexpr ProblemRow kProblems[] = {
     {"account-disabled", 0, EErrorCode::eAccountDisabled},
     {"forbidden", 403, EErrorCode::eForbidden},
     {"not-found", 404, EErrorCode::eNotFound},
+    {"", 408, EErrorCode::eDropped}, // a proxy got no byte of the request for too long
     {"conflict", 409, EErrorCode::eConflict},
     {"upload-offset-mismatch", 0, EErrorCode::eConflict},
     {"cursor-too-old", 0, EErrorCode::eCursorTooOld},
@@ -66,18 +67,22 @@ bool IsPage(const HttpResponse& response)
            });
 }
 
+// Only the service itself can say that a file is gone or forbidden.
+bool IsAboutAFile(int status)
+{
+    constexpr int kStatuses[] = {403, 404, 410, 412};
+    return std::find(std::begin(kStatuses), std::end(kStatuses), status) != std::end(kStatuses);
+}
+
 // The service sends no pages and no redirects. A proxy before the service may send an error as a
-// page: its status counts. But only the service itself can say that a file is gone or forbidden.
+// page: its status counts, unless only the service can know it.
 bool IsFromPortal(const HttpResponse& response)
 {
-    constexpr int kServiceStatuses[] = {401, 403, 404, 410, 412};
     constexpr int kNetworkWantsLogin = 511;
     const int status = response.status;
     if (status == kNetworkWantsLogin || (status >= 300 && status < 400 && status != 304))
         return true;
-    const bool isServiceStatus =
-        response.IsSuccess() || std::find(std::begin(kServiceStatuses), std::end(kServiceStatuses),
-                                          status) != std::end(kServiceStatuses);
+    const bool isServiceStatus = response.IsSuccess() || status == 401 || IsAboutAFile(status);
     return isServiceStatus && IsPage(response);
 }
 
@@ -97,7 +102,10 @@ Failure FailureOf(const HttpResponse& response)
         detail += ", " + problem.name;
     if (!problem.detail.empty())
         detail += ": " + problem.detail;
-    Failure failure(CodeOf(problem.name, response.status), detail, response.status);
+    // A proxy without a route to the service answers 404 as a plain text.
+    const bool isOfAProxy = problem.name.empty() && IsAboutAFile(response.status);
+    Failure failure(isOfAProxy ? EErrorCode::eBadAnswer : CodeOf(problem.name, response.status),
+                    detail, response.status);
     failure.retryAfter = RetryAfter(response);
     return failure;
 }
