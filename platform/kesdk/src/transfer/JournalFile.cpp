@@ -91,14 +91,19 @@ bool WriteJournal(const std::string& path, const std::string& text, ESync sync)
         ::open(newPath.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600));
     if (!file.IsOpen())
         return false;
-    const bool isWritten = file.WriteAt(std::string(kFirstLine) + text + HexDigestOf(text), 0) &&
-                           (sync == ESync::eNo || ::fsync(file.Get()) == 0);
-    file.Close();
-    if (!isWritten || ::rename(newPath.c_str(), path.c_str()) != 0) {
+    if (!file.WriteAt(std::string(kFirstLine) + text + HexDigestOf(text), 0) ||
+        ::rename(newPath.c_str(), path.c_str()) != 0) {
         ::unlink(newPath.c_str());
         return false;
     }
-    return sync == ESync::eNo || SyncFolder(FolderOf(path));
+    if (sync == ESync::eNo)
+        return true;
+    // After the rename, most file systems write content and name in one commit: the sync of the
+    // folder finds nothing left. If the power fails before, the digest shows a torn journal.
+    if (::fsync(file.Get()) == 0)
+        return SyncFolder(FolderOf(path));
+    RemoveJournal(path);
+    return false;
 }
 
 Result<std::string> ReadJournal(const std::string& path)
