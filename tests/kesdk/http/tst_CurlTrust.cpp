@@ -171,4 +171,22 @@ TEST(ClockWrong, ComparesWithTheServicesTime)
     EXPECT_TRUE(IsClockWrong(now, now - 30 * kHourS));
 }
 
+TEST(ServiceTimes, ConfirmsOnlyARightClock)
+{
+    const std::int64_t rightS = BuildTimeS() + kYearS;
+    std::int64_t wallS = rightS + 8 * kDayS;
+    Clock::Time now{};
+    std::chrono::milliseconds asleep{0};
+    ServiceTime time({[&] { return wallS; }, [&] { return now; }, [&] { return asleep; }, {}});
+    EXPECT_EQ(time.ConfirmedWallTimeS(), -1) << "the service has told nothing yet";
+    time.Note(rightS);
+    EXPECT_EQ(time.ConfirmedWallTimeS(), -1);
+    wallS = rightS - 8 * kDayS;
+    EXPECT_EQ(time.ConfirmedWallTimeS(), -1);
+    now += std::chrono::hours(40);
+    asleep += std::chrono::hours(8);
+    wallS = rightS + 2 * kDayS;
+    EXPECT_EQ(time.ConfirmedWallTimeS(), wallS) << "two days have passed";
+}
+
 } // namespace kesdk::impl

@@ -14,6 +14,15 @@ Connection::CryptoOfTheThread::~CryptoOfTheThread()
     OPENSSL_thread_stop();
 }
 
+namespace {
+
+WallClock AgeClock(const Connection::Lasting& lasting)
+{
+    return lasting.ageClock ? lasting.ageClock : lasting.console.wallTimeS;
+}
+
+} // namespace
+
 Connection::Connection(Lines lines, Lasting lasting)
     : m_service(std::move(lasting.service)),
       m_board(lasting.board ? std::move(lasting.board) : std::make_shared<LinkBoard>()),
@@ -21,8 +30,8 @@ Connection::Connection(Lines lines, Lasting lasting)
       m_sessionLine(std::move(lines.session), *m_board),
       m_positionLine(std::move(lines.positions), *m_board),
       m_uploads(m_requestLine.Api(), m_requestLine.Timing(), lasting.journalFolder,
-                lasting.console.wallTimeS),
-      m_downloads(m_requestLine.Api(), m_requestLine.Timing(), lasting.console.wallTimeS),
+                AgeClock(lasting)),
+      m_downloads(m_requestLine.Api(), m_requestLine.Timing(), AgeClock(lasting)),
       m_fetches(lasting.journalFolder, m_requestLine.Timing(), lasting.console.wallTimeS,
                 lasting.console.asleep),
       m_session({m_sessionLine.Api(), m_sessionLine.Timing(), m_state, m_snapshot, m_dispatcher,

@@ -46,6 +46,7 @@ public:
         std::string journalFolder;        // for uploads' journals; empty: they lie beside the files
         std::shared_ptr<LinkBoard> board; // empty: the connection makes one
         ConsoleFacts console;
+        WallClock ageClock; // for the age of files; empty: the console's clock
     };
 
     Connection(Lines lines, Lasting lasting);

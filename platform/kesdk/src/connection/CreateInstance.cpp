@@ -47,9 +47,11 @@ std::optional<std::string> ToBaseUrl(const char* text)
 }
 
 ApiLine::Dependencies MakeLine(const std::string& baseUrl,
-                               const std::shared_ptr<const TrustStore>& trust)
+                               const std::shared_ptr<const TrustStore>& trust,
+                               const std::shared_ptr<ServiceTime>& serviceTime)
 {
-    return {std::make_unique<CurlTransport>(baseUrl, trust), std::make_unique<SystemTiming>()};
+    return {std::make_unique<CurlTransport>(baseUrl, trust, RealConsoleFacts(), serviceTime),
+            std::make_unique<SystemTiming>()};
 }
 
 std::string FromEnvironment(const char* name)
@@ -87,9 +89,11 @@ bool CreateKESDKInstance(IEnterpriseConnection** out, const char* url)
         UseCatalogues(FolderOfCatalogues());
         const auto trust = std::make_shared<const TrustStore>(FromEnvironment("KESDK_CA_FILE"));
         const auto board = std::make_shared<LinkBoard>();
-        *out = new Connection(
-            {MakeLine(*baseUrl, trust), MakeLine(*baseUrl, trust), MakeLine(*baseUrl, trust)},
-            {*baseUrl, JournalFolder(), board, RealConsoleFacts()});
+        const auto time = std::make_shared<ServiceTime>(RealConsoleFacts());
+        const auto line = [&] { return MakeLine(*baseUrl, trust, time); };
+        *out = new Connection({line(), line(), line()},
+                              {*baseUrl, JournalFolder(), board, RealConsoleFacts(),
+                               [time] { return time->ConfirmedWallTimeS(); }});
         LinkBoard::Publish(board);
     } catch (const std::exception&) { // no memory, or no thread
         return false;

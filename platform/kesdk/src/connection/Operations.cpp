@@ -169,10 +169,13 @@ bool Connection::SendEnvironment(const api::Environment& environment)
         return false;
     m_pendingReport.reset();
     const Failure failure = m_requestLine.Api().PutEnvironment(operation->call, environment);
+    // If this call failed, the caller would not list anything. The snapshot has everything that the
+    // caller asks next, so neither a lost link nor a refused report fails this call. The service
+    // refuses each report of a clock that is more than a day ahead.
+    if (failure.Is(EErrorCode::eRefusedByService))
+        return End(*operation, {});
     if (!MayPass(failure))
         return End(*operation, failure);
-    // If this call failed, the caller would not list anything. The snapshot has everything that the
-    // caller asks next, so a lost link must not fail this call.
     m_pendingReport = PendingReport{operation->sessionId, environment};
     return true;
 }

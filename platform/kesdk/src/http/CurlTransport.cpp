@@ -77,10 +77,12 @@ RunEnd Run(CURLM* multi, CurlTransfer& transfer, const AbortCheck& abort)
 } // namespace
 
 CurlTransport::CurlTransport(std::string baseUrl, std::shared_ptr<const TrustStore> trust,
-                             ConsoleFacts console)
+                             ConsoleFacts console, std::shared_ptr<ServiceTime> serviceTime)
     : m_baseUrl(std::move(baseUrl)),
       m_trust(std::move(trust)),
       m_console(std::move(console)),
+      m_serviceTime(serviceTime ? std::move(serviceTime)
+                                : std::make_shared<ServiceTime>(m_console)),
       m_asleepAtLast(m_console.asleep())
 {
     InitialiseCurlOnce();
@@ -106,19 +108,10 @@ HttpOutcome CurlTransport::Perform(const HttpRequest& request, const AbortCheck&
         const HandleInMulti inside(m_multi.get(), m_easy.get());
         end = Run(m_multi.get(), transfer, abort);
     }
-    HttpOutcome outcome = transfer.Finish(end.code, end.early, IsConsolesClockWrong());
+    const bool isClockWrong = IsClockWrong(m_console.wallTimeS(), m_serviceTime->NowS());
+    HttpOutcome outcome = transfer.Finish(end.code, end.early, isClockWrong);
     TakeTime(outcome);
     return outcome;
-}
-
-bool CurlTransport::IsConsolesClockWrong() const
-{
-    std::optional<std::int64_t> told;
-    if (m_told) {
-        const auto passed = m_console.now() - m_told->at + m_console.asleep() - m_told->asleep;
-        told = m_told->seconds + std::chrono::duration_cast<std::chrono::seconds>(passed).count();
-    }
-    return IsClockWrong(m_console.wallTimeS(), told);
 }
 
 // Only a peer with a valid certificate gets here.
@@ -126,7 +119,7 @@ void CurlTransport::TakeTime(const HttpOutcome& outcome)
 {
     const std::string* date = outcome.response.Header("Date");
     if (const std::optional<std::int64_t> told = date ? ParseHttpDate(*date) : std::nullopt)
-        m_told = ToldTime{*told, m_console.now(), m_console.asleep()};
+        m_serviceTime->Note(*told);
 }
 
 void CurlTransport::Wake()

@@ -4,14 +4,13 @@
 #include "http/ConsoleFacts.h"
 #include "http/HttpTransport.h"
 #include "http/OpenSockets.h"
+#include "http/ServiceTime.h"
 #include "http/TrustStore.h"
 
 #include <curl/curl.h>
 
 #include <chrono>
-#include <cstdint>
 #include <memory>
-#include <optional>
 #include <string>
 
 namespace kesdk::impl {
@@ -20,9 +19,11 @@ namespace kesdk::impl {
 class CurlTransport : public HttpTransport
 {
 public:
-    // `baseUrl` without a slash at its end.
+    // `baseUrl` without a slash at its end. Lines to the same service share a `serviceTime`;
+    // without it the line has its own.
     CurlTransport(std::string baseUrl, std::shared_ptr<const TrustStore> trust,
-                  ConsoleFacts console = RealConsoleFacts());
+                  ConsoleFacts console = RealConsoleFacts(),
+                  std::shared_ptr<ServiceTime> serviceTime = nullptr);
     CurlTransport(const CurlTransport&) = delete;
     CurlTransport& operator=(const CurlTransport&) = delete;
 
@@ -39,22 +40,13 @@ private:
         void operator()(CURLM* multi) const { curl_multi_cleanup(multi); }
     };
 
-    // The service's clock in its last answer.
-    struct ToldTime
-    {
-        std::int64_t seconds;
-        Clock::Time at;
-        std::chrono::milliseconds asleep;
-    };
-
     void SetCommonOptions(const HttpRequest& request);
-    bool IsConsolesClockWrong() const;
     void TakeTime(const HttpOutcome& outcome);
 
     const std::string m_baseUrl;
     const std::shared_ptr<const TrustStore> m_trust;
     const ConsoleFacts m_console;
-    std::optional<ToldTime> m_told;
+    const std::shared_ptr<ServiceTime> m_serviceTime;
     std::chrono::milliseconds m_asleepAtLast;
     OpenSockets m_sockets;
     std::unique_ptr<CURLM, FreeMulti> m_multi;

@@ -71,14 +71,11 @@ bool IsBesideName(std::string_view name)
 
 UploadJournal::UploadJournal(std::string folder, WallClock wallTimeS)
     : m_folder(std::move(folder)), m_wallTimeS(std::move(wallTimeS))
-{
-    if (!m_folder.empty())
-        RemoveOldJournals(m_folder, kSuffix, m_wallTimeS(), kLongestAgeS);
-}
+{}
 
 Result<std::string> UploadJournal::RemoveOtherAndFind(const UploadOrigin& origin)
 {
-    RemoveStaleBeside(origin.path);
+    RemoveStale(origin.path);
     const Places places = PlacesOf(origin);
     if (const auto known = m_known.find(places.back());
         known != m_known.end() &&
@@ -146,10 +143,13 @@ UploadJournal::Places UploadJournal::PlacesOf(const UploadOrigin& origin) const
     return {m_folder.empty() ? m_folder : m_folder + '/' + file, folder + '.' + file};
 }
 
-void UploadJournal::RemoveStaleBeside(const std::string& path)
+// Not at the start: the service has not told its time yet.
+void UploadJournal::RemoveStale(const std::string& path)
 {
     const std::string folder = FolderOf(path);
     const std::int64_t nowS = m_wallTimeS();
+    if (!m_folder.empty() && MustSearch(m_searchedFolders, m_folder, nowS))
+        RemoveOldJournals(m_folder, kSuffix, nowS, kLongestAgeS);
     if (!MustSearch(m_searchedFolders, folder, nowS))
         return;
     for (const std::string& stale : StaleFiles(folder, &IsBesideName, nowS)) {

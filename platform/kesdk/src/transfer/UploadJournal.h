@@ -70,7 +70,7 @@ private:
     using Places = std::array<std::string, 2>; // in the library's folder, beside the file
 
     Places PlacesOf(const UploadOrigin& origin) const;
-    void RemoveStaleBeside(const std::string& path);
+    void RemoveStale(const std::string& path);
 
     const std::string m_folder;
     const WallClock m_wallTimeS;
