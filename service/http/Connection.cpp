@@ -235,6 +235,10 @@ Async<void> Connection::linger()
     state_ = EState::Idle;
     for (IoResult result; !result.error;) {
         result = co_await transport_->readSome(asio::buffer(scratch));
+        if (result.bytes > 0 && !peerMayBeSending_) {
+            peerMayBeSending_ = true;
+            transport_->expireAfterSent(limits_.lingerTime);
+        }
     }
 }
 

@@ -31,9 +31,10 @@ Async<void> Connection::run(bool refuse)
     for (bool more = true; more && !stopping_;) {
         more = co_await serveOne(refuse);
     }
-    transport_->expireAfterSent(limits_.lingerTime);
+    peerMayBeSending_ = peerMayBeSending_ || !received_.empty();
+    transport_->expireAfterSent(peerMayBeSending_ ? limits_.lingerTime : limits_.closeTime);
     co_await transport_->shutdownSend();
-    if ((peerMayBeSending_ || (transport_->queuedBytes() > 0 && !refuse)) && !stopping_) {
+    if ((peerMayBeSending_ || !refuse) && !stopping_) {
         co_await linger();
     }
     transport_->abort();

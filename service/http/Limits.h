@@ -36,10 +36,9 @@ struct Limits
     std::uint64_t bodyProgressBytes = 1024;
     /** The time for a whole small body, even if bytes keep arriving. */
     std::chrono::milliseconds jsonTime = 60s;
-    /**
-     * After the last answer was acknowledged, the peer may still send for this time, so that it can
-     * read a refusal.
-     */
+    /** After the last answer was acknowledged, the peer has this time to close the connection. */
+    std::chrono::milliseconds closeTime = 250ms;
+    /** The same for a peer that still sends, so that it can read a refusal. */
     std::chrono::milliseconds lingerTime = 2s;
     /** The stall timeout of an answer that is being sent when the service stops. */
     std::chrono::milliseconds stopStall = 1s;
