@@ -30,6 +30,7 @@ EProblem problemOf(EHeadState state)
     case EHeadState::OtherCoding:
         return EProblem::NotImplemented;
     case EHeadState::Malformed:
+    case EHeadState::Empty:
     case EHeadState::Incomplete:
     case EHeadState::Complete:
         break;
@@ -72,28 +73,26 @@ Connection::Connection(std::unique_ptr<Transport> transport, Application& applic
 Async<std::optional<RequestHead>> Connection::readHead()
 {
     HeadParser parser(limits_.headBytes);
-    if (received_.empty()) {
-        transport_->expireAfterSent(limits_.idleTime);
-    } else {
-        transport_->expireAfter(limits_.headTime);
-    }
-    state_ = received_.empty() ? EState::Idle : EState::Busy;
-    for (bool first = received_.empty();; first = false) {
-        if (!received_.empty()) {
+    transport_->expireAfterSent(limits_.idleTime);
+    state_ = EState::Idle;
+    for (;;) {
+        const EHeadState parsed = parser.feed(received_);
+        if (state_ == EState::Idle && parsed != EHeadState::Empty) {
             if (ticket_ && !ticket_->beginHead()) {
                 co_return std::nullopt;
             }
-            const EHeadState parsed = parser.feed(received_);
-            if (parsed == EHeadState::Complete) {
-                if (ticket_) {
-                    ticket_->endHead();
-                }
-                co_return parser.take();
+            transport_->expireAfter(limits_.headTime);
+            state_ = EState::Busy;
+        }
+        if (parsed == EHeadState::Complete) {
+            if (ticket_) {
+                ticket_->endHead();
             }
-            if (parsed != EHeadState::Incomplete) {
-                co_await refuseHead(parsed);
-                co_return std::nullopt;
-            }
+            co_return parser.take();
+        }
+        if (parsed != EHeadState::Incomplete && parsed != EHeadState::Empty) {
+            co_await refuseHead(parsed);
+            co_return std::nullopt;
         }
         const std::size_t had = received_.size();
         received_.resize(had + readChunkBytes);
@@ -106,10 +105,6 @@ Async<std::optional<RequestHead>> Connection::readHead()
                 application_.requestDone({"other", "unmatched", 408});
             }
             co_return std::nullopt;
-        }
-        state_ = EState::Busy;
-        if (first) {
-            transport_->expireAfter(limits_.headTime);
         }
     }
 }

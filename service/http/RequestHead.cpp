@@ -139,7 +139,10 @@ EHeadState HeadParser::feed(std::string& bytes)
     }
     if (parser_->usedBytes <= 2 && bytes.starts_with('\r')) {
         const bool mayBeEmptyLine = parser_->usedBytes == 0 && bytes.size() == 1;
-        return mayBeEmptyLine ? EHeadState::Incomplete : EHeadState::Malformed;
+        return mayBeEmptyLine ? EHeadState::Empty : EHeadState::Malformed;
+    }
+    if (parser_->usedBytes <= 2 && bytes.empty()) {
+        return EHeadState::Empty;
     }
     boost::system::error_code error;
     const std::size_t used = parser_->beast.put(boost::asio::buffer(bytes), error);

@@ -30,6 +30,7 @@ struct RequestHead
 };
 
 enum class EHeadState : std::uint8_t {
+    Empty, // no byte of a head: nothing, or the empty line before it
     Incomplete,
     Complete,
     TooLarge,

@@ -31,7 +31,7 @@ void Demand(bool holds, const char* what)
 
 struct Outcome
 {
-    EHeadState state = EHeadState::Incomplete;
+    EHeadState state = EHeadState::Empty;
     std::string head;     // the head that was read, as text
     std::string leftOver; // the bytes of the body
 };
@@ -57,7 +57,7 @@ Outcome Read(std::string_view bytes, std::size_t pieceBytes)
     HeadParser parser(limitBytes);
     Outcome outcome;
     std::string received;
-    while (outcome.state == EHeadState::Incomplete && !bytes.empty()) {
+    while (outcome.state <= EHeadState::Incomplete && !bytes.empty()) {
         const std::size_t taken = std::min(pieceBytes, bytes.size());
         received += bytes.substr(0, taken);
         bytes.remove_prefix(taken);

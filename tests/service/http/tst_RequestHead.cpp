@@ -89,9 +89,10 @@ TEST(RequestHead, MayHaveATargetInAbsoluteForm)
 TEST(RequestHead, MayFollowOneEmptyLine)
 {
     EXPECT_EQ(parse("\r\nGET /x HTTP/1.1\r\nHost: h\r\n\r\n").path, "/x");
-    for (const char* open : {"\r", "\r\n", "\r\nGE"}) {
-        EXPECT_EQ(stateOf(open), EHeadState::Incomplete) << open;
+    for (const char* open : {"", "\r", "\r\n"}) {
+        EXPECT_EQ(stateOf(open), EHeadState::Empty) << open;
     }
+    EXPECT_EQ(stateOf("\r\nGE"), EHeadState::Incomplete);
     for (const char* wrong : {"\r\n\r\n", "\rGET", "\r\n\r", "\n"}) {
         EXPECT_EQ(stateOf(wrong), EHeadState::Malformed) << wrong;
     }

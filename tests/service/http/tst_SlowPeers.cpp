@@ -130,6 +130,19 @@ TEST_F(SlowPeers, HaveADeadlineForTheFirstByte)
     EXPECT_THAT(application.statuses, testing::IsEmpty());
 }
 
+TEST_F(SlowPeers, AreIdleAfterAnEmptyLine)
+{
+    limits.idleTime = 30ms;
+    const std::string request = "POST / HTTP/1.1\r\nHost: h\r\nContent-Length: 1\r\n\r\nx";
+    for (const std::string& text : {std::string("\r\n"), request + "\r\n"}) {
+        serve([&text](Transport& client) -> Async<void> {
+            co_await test::sendText(client, text);
+            co_await test::readAll(client);
+        });
+    }
+    EXPECT_THAT(application.statuses, testing::ElementsAre(204U));
+}
+
 TEST_F(SlowPeers, ClosesTheConnectionWhenTheBodyStalls)
 {
     limits.bodyStall = 30ms;
