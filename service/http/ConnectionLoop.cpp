@@ -51,7 +51,10 @@ bool Connection::count(bool& refuse)
     }
     const std::string& address = transport_->peerAddress();
     ticket_.emplace(*peers_, address, limits_.trustedProxies.contains(address));
-    refuse = refuse || ticket_->isOverLimit();
+    if (!refuse && ticket_->isOverLimit()) {
+        refuse = true;
+        peers_->countRefused();
+    }
     return ticket_->beginHead();
 }
 

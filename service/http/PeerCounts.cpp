@@ -11,9 +11,6 @@ PeerCounts::Ticket::Ticket(PeerCounts& peers, const std::string& address, bool i
 {
     const std::lock_guard lock(peers_.mutex_);
     isOverLimit_ = ++peers_.open_[network_].connections > most_.connections;
-    if (isOverLimit_) {
-        ++peers_.refusedConnections_;
-    }
 }
 
 PeerCounts::Ticket::~Ticket()

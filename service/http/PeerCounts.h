@@ -58,6 +58,7 @@ public:
 
     /** Connections refused because their address had too many connections. */
     std::uint64_t refusedConnections() const { return refusedConnections_; }
+    void countRefused() { ++refusedConnections_; }
     /** Connections closed because their address had too many unfinished heads. */
     std::uint64_t refusedHeads() const { return refusedHeads_; }
 

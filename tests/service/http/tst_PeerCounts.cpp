@@ -26,7 +26,6 @@ TEST(PeerCounts, RefusesMoreConnectionsOfOneAddress)
         const PeerCounts::Ticket third(peers, "::ffff:10.0.0.1");
         EXPECT_TRUE(third.isOverLimit());
     }
-    EXPECT_EQ(peers.refusedConnections(), 1U);
     first.reset();
     const PeerCounts::Ticket next(peers, "10.0.0.1");
     EXPECT_FALSE(next.isOverLimit());
@@ -71,10 +70,10 @@ TEST(PeerCounts, CountsAllProxiesTogether)
 class CountedConnection : public HttpConnection
 {
 protected:
-    std::string talkCounted(const std::string& text, PeerCounts& peers)
+    std::string talkCounted(const std::string& text, PeerCounts& peers, bool refuse = false)
     {
         counts = &peers;
-        return talk(text);
+        return talk(text, refuse);
     }
 };
 
@@ -86,9 +85,23 @@ TEST_F(CountedConnection, AnswersBusyAboveTheLimitOfAnAddress)
     const PeerCounts::Ticket open(peers, "127.0.0.1");
     EXPECT_THAT(talkCounted("GET / HTTP/1.1\r\nHost: h\r\n\r\n", peers),
                 StartsWith("HTTP/1.1 503 "));
+    EXPECT_EQ(peers.refusedConnections(), 1U);
     limits.trustedProxies = AddressList({"127.0.0.0/8"});
     EXPECT_THAT(talkCounted("GET / HTTP/1.1\r\nHost: h\r\n\r\n", peers),
                 StartsWith("HTTP/1.1 200 "));
+}
+
+TEST_F(CountedConnection, CountsARefusedConnectionOnce)
+{
+    PeerCounts peers({0, 10}, {0, 10});
+    const std::string header = "PROXY TCP4 192.0.2.1 192.0.2.2 1000 443\r\n";
+    const std::string request = "GET / HTTP/1.1\r\nHost: h\r\n\r\n";
+    EXPECT_THAT(talkCounted(request, peers, true), StartsWith("HTTP/1.1 503 "));
+    EXPECT_EQ(peers.refusedConnections(), 0U) << "the listener has counted it";
+    limits.trustedProxies = AddressList({"127.0.0.1"});
+    limits.proxyProtocol = true;
+    EXPECT_THAT(talkCounted(header + request, peers), StartsWith("HTTP/1.1 503 "));
+    EXPECT_EQ(peers.refusedConnections(), 1U);
 }
 
 TEST_F(CountedConnection, ClosesTheConnectionAboveTheLimitOfUnfinishedHeads)
