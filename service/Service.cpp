@@ -269,9 +269,9 @@ void serve(const ServeOptions& options, bool& isRunning)
     announce(folder, apiListener->address().text(), monitorListener->address().text());
     logInfo("started");
     isRunning = true;
-    WorkPool sampler{1}; // a disk that hangs must not keep the signals waiting
+    WorkPool sampler{2}; // a disk that hangs must not keep the signals waiting
     stopSignals.wait([&](bool isReload) {
-        certificate->refresh(isReload);
+        certificate->refreshOn(sampler, isReload);
         state.sampleOn(sampler);
         if (threads.haveAnswered()) {
             tellServiceManager("WATCHDOG=1");

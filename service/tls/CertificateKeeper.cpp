@@ -179,6 +179,19 @@ void CertificateKeeper::warn()
     warnOfStart();
 }
 
+void CertificateKeeper::refreshOn(WorkPool& pool, bool always)
+{
+    if (always) {
+        isAsked_ = true;
+    }
+    if (!isRefreshing_.exchange(true)) {
+        pool.post([this] {
+            refresh(isAsked_.exchange(false));
+            isRefreshing_ = false;
+        });
+    }
+}
+
 void CertificateKeeper::refresh(bool always) noexcept
 {
     try {

@@ -3,9 +3,11 @@
 
 #include "service/base/Clock.h"
 #include "service/base/FileStatus.h"
+#include "service/base/WorkPool.h"
 #include "service/tls/Authority.h"
 #include "service/tls/ServerContext.h"
 
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -34,9 +36,10 @@ private:
  * Renews the service's own certificate and reads a given certificate again when its files change.
  * Open connections keep the certificate of their handshake.
  *
- * Thread: context() and the ends on any thread; refresh() on one thread at a time. Ownership:
- * `clock` outlives it. Time: a certificate is judged by the machine's clock, as clients judge it.
- * While the clock is not trusted, a certificate that is valid at the trusted time is used too.
+ * Thread: context() and the ends on any thread; refresh() and refreshOn() on one thread at a time.
+ * Ownership: `clock` outlives it. Time: a certificate is judged by the machine's clock, as clients
+ * judge it. While the clock is not trusted, a certificate that is valid at the trusted time is used
+ * too.
  */
 class CertificateKeeper
 {
@@ -66,6 +69,12 @@ public:
      */
     void refresh(bool always = false) noexcept;
 
+    /**
+     * Refreshes on the pool. If an earlier refresh still runs, the next call does it. Returns at
+     * once.
+     */
+    void refreshOn(WorkPool& pool, bool always);
+
     /** Seconds since 1970; 0: unknown. With several authorities, the end of the last one. */
     std::int64_t certificateEndS() const { return validities().certificate.notAfterS; }
     std::int64_t authorityEndS() const { return validities().authority.notAfterS; }
@@ -86,8 +95,10 @@ private:
 
     const Source source_;
     const Clock& clock_;
-    std::string loaded_; // the state of the loaded files
-    std::string told_;   // the failure that was logged last
+    std::atomic<bool> isRefreshing_{false};
+    std::atomic<bool> isAsked_{false}; // to read unchanged files too
+    std::string loaded_;               // the state of the loaded files
+    std::string told_;                 // the failure that was logged last
     EndWarning certificateWarning_;
     EndWarning authorityWarning_;
     std::string toldStart_;    // the start that was logged last

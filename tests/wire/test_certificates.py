@@ -105,6 +105,30 @@ class Certificates(unittest.TestCase):
         self.service.stop()
         self.service.check_log()
 
+    def rounds(self):
+        """The main thread starts a round of the clean-up on SIGHUP."""
+        return int(metrics(self.service)[1].split("\nkelvo_cleanups_total ")[1].split()[0])
+
+    def await_rounds(self, wanted):
+        guard = time.monotonic() + GUARD_SECONDS
+        while self.rounds() < wanted:
+            self.assertLess(time.monotonic(), guard, "the main thread hangs")
+
+    def test_handles_signals_while_a_disk_does_not_bring_the_certificate(self):
+        certificate, key = self.given("slow")
+        self.service.options = ("--cert", certificate, "--key", key)
+        self.service.start()
+        self.await_rounds(1)
+        os.remove(certificate)
+        os.mkfifo(certificate)
+        self.service.signal(signal.SIGHUP)
+        with open(certificate, "w", encoding="utf-8"):  # The service reads from the pipe now.
+            self.await_rounds(2)
+            self.service.signal(signal.SIGHUP)
+            self.await_rounds(3)
+        self.await_log("certificate-not-loaded")
+        self.service.stop()
+
     def test_refuses_a_certificate_out_of_its_time(self):
         for start, end, word in (("20200101000000Z", "20210101000000Z", "ended at 2021-01-01T00:00:00"),
                                  ("20980101000000Z", "20990101000000Z", "is valid only from 2098-01-01T00:00:00")):
