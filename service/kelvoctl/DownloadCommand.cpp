@@ -8,6 +8,7 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <climits>
 #include <limits>
@@ -51,6 +52,14 @@ Target destination(const GetOptions& options, const std::string& name)
         throw UsageError(path.string() + " exists already: choose a name with -o.");
     }
     return {path};
+}
+
+// The output has only the content then.
+bool isOutput(const Target& target)
+{
+    const std::optional<kelvo::FileStatus> there = localFileStatus(target.path);
+    const kelvo::FileStatus output = kelvo::statusOf(STDOUT_FILENO);
+    return there && there->device == output.device && there->node == output.node;
 }
 
 // The file that is replaced: a symlink stays, and the file behind it may be missing.
@@ -175,7 +184,7 @@ void get(CommandContext& context, const GetOptions& options)
     Download(context, file, target).run();
     json result = file;
     result["saved_as"] = target.path.string();
-    if (target.isFile || context.json) { // the device may be the output
+    if (target.isFile || (context.json && !isOutput(target))) {
         context.print(result, printable(target.path.string()));
     }
 }

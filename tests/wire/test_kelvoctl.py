@@ -363,7 +363,9 @@ class Commands(KelvoctlTest):
             self.assertEqual(reader.read(), b"one\ntwo\n")
         self.assertEqual((os.path.islink(link), stat.S_ISFIFO(os.stat(pipe).st_mode)), (True, True))
         os.symlink("/proc/self/fd/1", stdout)
-        self.assertEqual(tool.run("get", number, "-o", "stdout")[0], "one\ntwo\n")
+        for options in ((), ("--json",)):
+            self.assertEqual(tool.run(*options, "get", number, "-o", "stdout")[0], "one\ntwo\n")
+        self.assertEqual(tool.json("get", number, "-o", "/dev/null")["name"], "piped.txt")
         self.assertEqual([name for name in os.listdir(tool.home) if name.endswith(".part")], [])
 
     def test_a_command_fails_if_its_output_cannot_be_written(self):
