@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <stdexcept>
 #include <system_error>
 
 #include <unistd.h>
@@ -23,8 +24,11 @@ void copyBytes(int from, int to, std::uint64_t sizeBytes)
     for (std::uint64_t at = 0; at < sizeBytes;) {
         const ssize_t got = ::pread(from, part.data(), std::min(part.size(), sizeBytes - at),
                                     static_cast<off_t>(at));
-        if (got <= 0) {
+        if (got < 0) {
             throwErrno("pread");
+        }
+        if (got == 0) {
+            throw std::runtime_error("a scratch file ends too early");
         }
         writeAll(to, part.data(), static_cast<std::size_t>(got));
         at += static_cast<std::uint64_t>(got);
