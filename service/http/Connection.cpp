@@ -25,6 +25,8 @@ EProblem problemOf(EHeadState state)
     switch (state) {
     case EHeadState::TooLarge:
         return EProblem::HeadersTooLarge;
+    case EHeadState::LineTooLong:
+        return EProblem::UriTooLong;
     case EHeadState::OtherVersion:
         return EProblem::VersionNotSupported;
     case EHeadState::OtherCoding:

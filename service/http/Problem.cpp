@@ -31,6 +31,7 @@ constexpr std::array rows{
     Row{EProblem::CursorTooOld, 410, "cursor-too-old", "The event cursor is too old"},
     Row{EProblem::PreconditionFailed, 412, "precondition-failed", "Precondition failed"},
     Row{EProblem::ContentTooLarge, 413, "content-too-large", "Content too large"},
+    Row{EProblem::UriTooLong, 414, "uri-too-long", "The request's target is too long"},
     Row{EProblem::UnsupportedMediaType, 415, "unsupported-media-type", "Unsupported media type"},
     Row{EProblem::RangeNotSatisfiable, 416, "range-not-satisfiable", "Range not satisfiable"},
     Row{EProblem::Unprocessable, 422, "unprocessable", "The request's content is not valid"},

@@ -24,6 +24,7 @@ enum class EProblem : std::uint8_t {
     CursorTooOld,
     PreconditionFailed,
     ContentTooLarge,
+    UriTooLong,
     UnsupportedMediaType,
     RangeNotSatisfiable,
     Unprocessable,

@@ -118,6 +118,7 @@ struct HeadParser::Parser
     beast_http::request_parser<beast_http::empty_body> beast;
     std::size_t limitBytes = 0;
     std::size_t usedBytes = 0;
+    std::size_t lineBytes = 0; // of the request line, as far as it has arrived
 };
 
 HeadParser::HeadParser(std::size_t limitBytes) : parser_(std::make_unique<Parser>())
@@ -144,6 +145,9 @@ EHeadState HeadParser::feed(std::string& bytes)
     if (parser_->usedBytes <= 2 && bytes.empty()) {
         return EHeadState::Empty;
     }
+    if (parser_->usedBytes <= 2) {
+        parser_->lineBytes = std::min(bytes.find('\r'), bytes.size());
+    }
     boost::system::error_code error;
     const std::size_t used = parser_->beast.put(boost::asio::buffer(bytes), error);
     const bool isOtherVersion = error == beast_http::error::bad_version && hasOtherVersion(bytes);
@@ -153,7 +157,7 @@ EHeadState HeadParser::feed(std::string& bytes)
     const bool isOpen = error == beast_http::error::need_more || (!error && !isDone);
     const std::size_t headBytes = parser_->usedBytes + (isOpen ? bytes.size() : 0);
     if ((isDone || isOpen) && headBytes > parser_->limitBytes) {
-        return EHeadState::TooLarge;
+        return tooLarge();
     }
     if (error == beast_http::error::need_more) {
         // If a start line has no version, Beast searches for it beyond the end of the head.
@@ -161,12 +165,18 @@ EHeadState HeadParser::feed(std::string& bytes)
         return hasEnded ? EHeadState::Malformed : EHeadState::Incomplete;
     }
     if (error == beast_http::error::header_limit || error == beast_http::error::buffer_overflow) {
-        return EHeadState::TooLarge;
+        return tooLarge();
     }
     if (error) {
         return isOtherVersion ? EHeadState::OtherVersion : EHeadState::Malformed;
     }
     return isDone ? checkFields() : EHeadState::Incomplete;
+}
+
+EHeadState HeadParser::tooLarge() const
+{
+    const bool isLine = parser_->lineBytes > parser_->limitBytes;
+    return isLine ? EHeadState::LineTooLong : EHeadState::TooLarge;
 }
 
 EHeadState HeadParser::checkFields() const

@@ -34,6 +34,7 @@ enum class EHeadState : std::uint8_t {
     Incomplete,
     Complete,
     TooLarge,
+    LineTooLong, // the request line alone is too large
     Malformed,
     OtherVersion, // neither HTTP/1.0 nor HTTP/1.1
     OtherCoding,  // a transfer coding other than chunked
@@ -53,6 +54,7 @@ public:
     RequestHead take();
 
 private:
+    EHeadState tooLarge() const;
     EHeadState checkFields() const;
 
     struct Parser;

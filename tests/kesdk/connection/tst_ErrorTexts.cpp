@@ -39,6 +39,7 @@ const ProblemCase kProblemCases[] = {
     {"cursor-too-old", 410, EErrorCode::eCursorTooOld},
     {"precondition-failed", 412, EErrorCode::eFileGone},
     {"content-too-large", 413, EErrorCode::eTooLarge},
+    {"uri-too-long", 414, EErrorCode::eRefusedByService},
     {"unsupported-media-type", 415, EErrorCode::eRefusedByService},
     {"range-not-satisfiable", 416, EErrorCode::eRangeRefused},
     {"unprocessable", 422, EErrorCode::eRefusedByService},

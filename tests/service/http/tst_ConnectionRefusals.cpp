@@ -22,6 +22,14 @@ TEST_F(HttpConnection, RefusesAHeadThatIsTooLarge)
     EXPECT_EQ(application.handled, 0);
 }
 
+TEST_F(HttpConnection, RefusesATargetThatIsTooLong)
+{
+    const std::string answer =
+        talk("GET /" + std::string(20000, 'x') + " HTTP/1.1\r\nHost: h\r\n\r\n");
+    EXPECT_THAT(answer, StartsWith("HTTP/1.1 414 URI Too Long"));
+    EXPECT_THAT(answer, HasSubstr("urn:kelvo:problem:uri-too-long"));
+}
+
 TEST_F(HttpConnection, RefusesARequestThatIsNotHttp)
 {
     EXPECT_THAT(talk("\x16\x03\x01 hello\r\n\r\n"), StartsWith("HTTP/1.1 400 "));

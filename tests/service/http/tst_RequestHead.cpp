@@ -164,6 +164,27 @@ TEST(RequestHead, RefusesAHeadAboveTheLimit)
     EXPECT_EQ(state, EHeadState::TooLarge);
 }
 
+TEST(RequestHead, TellsALongRequestLineFromALargeHead)
+{
+    for (const std::size_t size : {100U, 101U, 300U}) {
+        std::string line = "GET /" + std::string(size - 14, 'x') + " HTTP/1.1";
+        ASSERT_EQ(line.size(), size);
+        line += "\r\nHost: h\r\n\r\n";
+        const EHeadState expected = size <= 100 ? EHeadState::TooLarge : EHeadState::LineTooLong;
+        for (const std::size_t piece : {1U, 7U, 1000U}) {
+            HeadParser parser(100);
+            std::string received;
+            EHeadState state = EHeadState::Incomplete;
+            for (std::size_t at = 0; at < line.size() && state == EHeadState::Incomplete;
+                 at += piece) {
+                received += line.substr(at, piece);
+                state = parser.feed(received);
+            }
+            EXPECT_EQ(state, expected) << size << " bytes in pieces of " << piece;
+        }
+    }
+}
+
 TEST(RequestHead, RefusesAHeadThatIsNotHttp)
 {
     for (const char* wrong :

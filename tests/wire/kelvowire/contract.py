@@ -72,7 +72,7 @@ class Contract:
         operation = self.document["paths"].get(template, {}).get(method.lower()) if template else None
         where = f"{method} {target} -> {status}"
         if operation is None:
-            if status not in (400, 401, 404, 405, 431):
+            if status not in (400, 401, 404, 405, 414, 431):
                 raise Violation(f"{where}: not a documented operation")
             response = self.resolve({"$ref": "#/components/responses/AnyProblem"})
         else:
@@ -85,7 +85,7 @@ class Contract:
         responses = operation["responses"]
         if str(status) in responses:
             return self.resolve(responses[str(status)])
-        if status in (400, 405, 431, 503, 507):
+        if status in (400, 405, 414, 431, 503, 507):
             return self.resolve(responses["default"])
         raise Violation(f"{where}: undocumented status")
 
