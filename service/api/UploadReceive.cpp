@@ -73,6 +73,13 @@ Async<Progress> progressOf(Context& context, const store::Upload& upload)
     co_return Progress{stored, stored.finished ? stored.lengthBytes : size, {}};
 }
 
+void requireFits(const http::Request& request, std::uint64_t missing)
+{
+    if (request.body.lengthBytes().value_or(0) > missing) {
+        throw Problem(EProblem::ContentTooLarge, "The body is longer than the missing part.");
+    }
+}
+
 /** Stores the length that this part names, if the creation did not name it. */
 Async<void> setLateLength(Context& context, const http::Request& request, store::Upload& upload,
                           long long offset)
@@ -88,6 +95,7 @@ Async<void> setLateLength(Context& context, const http::Request& request, store:
     if (progress.offset != offset) {
         throwWrongOffset(progress.offset);
     }
+    requireFits(request, static_cast<std::uint64_t>(*length - offset));
     auto change = [&context, &upload, &length](store::Transaction& transaction) {
         claimQuota(transaction, context.settings.quotas, upload, *length);
         return store::setUploadLength(transaction, upload.id, *length);
@@ -139,9 +147,7 @@ void limitBody(const Context& context, http::Request& request, const store::Uplo
                                  : upload.lengthBytes;
     // An upload without a length may have come under a larger limit.
     const std::uint64_t missing = std::max(static_cast<std::uint64_t>(length), offset) - offset;
-    if (request.body.lengthBytes().value_or(0) > missing) {
-        throw Problem(EProblem::ContentTooLarge, "The body is longer than the missing part.");
-    }
+    requireFits(request, missing);
     request.body.limit(missing);
 }
 

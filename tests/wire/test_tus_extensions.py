@@ -109,6 +109,7 @@ class Extensions(TusTest):
         self.patch(location, 3, b"d", 400, Upload_Length="2")
         self.patch(location, 2, b"d", 409, Upload_Length="9")
         self.patch(location, 3, b"d", 413, Upload_Length="1000001")
+        self.patch(location, 3, b"de", 413, Upload_Length="4")
         self.assertEqual(self.head(location)["Upload-Defer-Length"], "1")
         self.patch(location, 3, b"d", Upload_Length="6")
         self.patch(location, 4, b"ef", 400, Upload_Length="7")
