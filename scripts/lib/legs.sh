@@ -187,7 +187,7 @@ leg_office() {
 }
 
 leg_office-load() {
-    page_tested npm run --silent test-browser -- memory speed
+    KELVO_CHROMIUM=/usr/bin/chromium page_tested npm run --silent test-browser -- memory speed
 }
 
 # The tests fail if the object store or PostgreSQL is not installed.
