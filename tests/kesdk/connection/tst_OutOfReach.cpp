@@ -165,4 +165,17 @@ TEST_F(OutOfReach, DropsAReportThatTheServiceRefuses)
     EXPECT_EQ(service.Count(kReport), 1);
 }
 
+// For example a service whose disk is full: it still answers every question.
+TEST_F(OutOfReach, KeepsAReportThatAServiceInTroubleDoesNotTake)
+{
+    int sent = 0;
+    for (const auto& answer : {Problem(500, "internal"), Problem(507, "insufficient-storage")}) {
+        service.FailNext(Answer(kReport, answer));
+        EXPECT_TRUE(connection->SendEnvironment(At(1))) << answer.status;
+        EXPECT_TRUE(connection->GetLastErrors().empty());
+        EXPECT_TRUE(Upload("a.zip", "x"));
+        EXPECT_EQ(service.Count(kReport), sent += 2) << answer.status;
+    }
+}
+
 } // namespace kesdk::test

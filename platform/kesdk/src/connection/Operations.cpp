@@ -170,11 +170,11 @@ bool Connection::SendEnvironment(const api::Environment& environment)
     m_pendingReport.reset();
     const Failure failure = m_requestLine.Api().PutEnvironment(operation->call, environment);
     // If this call failed, the caller would not list anything. The snapshot has everything that the
-    // caller asks next, so neither a lost link nor a refused report fails this call. The service
-    // refuses each report of a clock that is more than a day ahead.
+    // caller asks next, so neither a lost link nor a service in trouble fails this call. Nor does a
+    // refused report: the service refuses each report of a clock that is more than a day ahead.
     if (failure.Is(EErrorCode::eRefusedByService))
         return End(*operation, {});
-    if (!MayPass(failure))
+    if (!MayPass(failure) && !failure.Is(EErrorCode::eServiceError, EErrorCode::eServiceFull))
         return End(*operation, failure);
     m_pendingReport = PendingReport{operation->sessionId, environment};
     return true;
