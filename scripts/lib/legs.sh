@@ -158,7 +158,7 @@ leg_packages-arm() {
 leg_crash() {
     configure check
     build check kelvo-service kelvoctl kelvo-console kelvo killpoint
-    /usr/bin/python3 -B tests/crash/crash --build build/check --rounds "${KELVO_CRASH_ROUNDS:-100}"
+    /usr/bin/python3 -B tests/crash/crash --build build/check --rounds "${KELVO_CRASH_ROUNDS:-1000}"
 }
 
 # Plants each mutant of tests/mutants in a copy of the tree. A mutant that no test notices fails the leg.
