@@ -60,8 +60,14 @@ TDescriptor OpenFolder(int parent, const char* name)
 bool ListFolder(int folder, QVector<QByteArray>& names)
 {
     const int copy = ::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    DIR* const stream = copy < 0 ? nullptr : ::fdopendir(copy);
+    if (copy < 0) {
+        return false;
+    }
+    DIR* const stream = ::fdopendir(copy);
     if (stream == nullptr) {
+        const int error = errno;
+        ::close(copy);
+        errno = error;
         return false;
     }
     errno = 0;
