@@ -154,6 +154,15 @@ describe('the people', () => {
     await row(page, 'Session ended').filter({hasText: 'olga'}).first().waitFor();
   });
 
+  it('are not told that there is no session while the sessions are read', async () => {
+    const page = await world.logIn('operator');
+    await page.route('**/sessions', () => undefined);
+    await link(page, 'olga').click();
+    await page.locator('main').getByText('Loading').waitFor();
+    expect(await page.getByText('There is no session.').count()).toBe(0);
+    await page.unrouteAll();
+  });
+
   it('change their own password and end their own sessions', async () => {
     const page = await world.logIn('operator');
     await link(page, 'olga').click();
