@@ -100,7 +100,7 @@ const CurlCase kCurlCases[] = {
     {CURLE_PEER_FAILED_VERIFICATION, X509_V_ERR_CERT_HAS_EXPIRED, 0, "",
      EErrorCode::eCertificateExpired},
     {CURLE_PEER_FAILED_VERIFICATION, X509_V_ERR_CERT_NOT_YET_VALID, 0, "",
-     EErrorCode::eCertificateNotYetValid},
+     EErrorCode::eClockWrong},
     {CURLE_PEER_FAILED_VERIFICATION, X509_V_ERR_UNABLE_TO_GET_ISSUER_CERT_LOCALLY, 0, "",
      EErrorCode::eUnknownAuthority},
     {CURLE_PEER_FAILED_VERIFICATION, X509_V_ERR_SELF_SIGNED_CERT_IN_CHAIN, 0, "",

@@ -207,6 +207,7 @@ TEST_F(CurlLink, ReportsAKeptConnectionThatDiedAsDroppedWhenTheNextLookupFails)
 {
     TlsPeer peer(GoodIdentity(), Always(kHello));
     const ConsoleFacts console = RealConsoleFacts();
+    ServiceTime serviceTime(console);
     OpenSockets sockets;
     const std::unique_ptr<CURL, void (*)(CURL*)> easy(curl_easy_init(), &curl_easy_cleanup);
     curl_easy_setopt(easy.get(), CURLOPT_URL, peer.Url().c_str());
@@ -214,11 +215,12 @@ TEST_F(CurlLink, ReportsAKeptConnectionThatDiedAsDroppedWhenTheNextLookupFails)
     curl_easy_setopt(easy.get(), CURLOPT_NOSIGNAL, 1L);
     sockets.Serve(easy.get());
     for (const bool wasSent : {false, true}) {
-        CurlTransfer transfer(easy.get(), request, console, sockets);
+        CurlTransfer transfer(easy.get(), request, console, sockets, serviceTime);
         if (wasSent) {
             ASSERT_EQ(curl_easy_perform(easy.get()), CURLE_OK);
         }
-        const Failure failure = transfer.Finish(CURLE_COULDNT_RESOLVE_HOST, {}, false).failure;
+        const Failure failure =
+            transfer.Finish(CURLE_COULDNT_RESOLVE_HOST, {}, EConsoleClock::eUnknown).failure;
         EXPECT_EQ(failure.code, wasSent ? EErrorCode::eDropped : EErrorCode::eUnknownHost);
     }
 }
@@ -227,10 +229,11 @@ TEST_F(CurlLink, ReportsAKeptConnectionThatDiedAsDroppedWhenTheNextLookupFails)
 TEST_F(CurlLink, ReportsAnUnknownHostIfNoNameServerAnswersInTime)
 {
     const ConsoleFacts console = RealConsoleFacts();
+    ServiceTime serviceTime(console);
     const OpenSockets sockets;
     const std::unique_ptr<CURL, void (*)(CURL*)> easy(curl_easy_init(), &curl_easy_cleanup);
     request.limits.connect = std::chrono::milliseconds(0);
-    CurlTransfer transfer(easy.get(), request, console, sockets);
+    CurlTransfer transfer(easy.get(), request, console, sockets, serviceTime);
     EXPECT_EQ(transfer.CheckLimits().code, EErrorCode::eUnknownHost);
 }
 

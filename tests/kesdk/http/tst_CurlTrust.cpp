@@ -6,11 +6,43 @@
 
 #include <openssl/x509_vfy.h>
 
+#include <array>
+#include <chrono>
+#include <ctime>
+#include <functional>
+
 namespace kesdk::impl {
 
 namespace {
 
-constexpr std::int64_t kYearS = std::int64_t{365} * 24 * 60 * 60;
+constexpr std::int64_t kHourS = std::int64_t{60} * 60;
+constexpr std::int64_t kYearS = 365 * 24 * kHourS;
+
+// An answer with this time, after which the connection ends.
+std::string AnswerAt(std::int64_t wallTimeS)
+{
+    const auto time = static_cast<std::time_t>(wallTimeS);
+    std::array<char, 64> date{};
+    std::strftime(date.data(), date.size(), "%a, %d %b %Y %H:%M:%S GMT", std::gmtime(&time));
+    return std::string("HTTP/1.1 200 OK\r\nConnection: close\r\nContent-Length: 5\r\nDate: ") +
+           date.data() + "\r\n\r\nhello";
+}
+
+// A body that takes hours, like the body of the event stream.
+class LongBody : public BodySink
+{
+public:
+    explicit LongBody(std::function<void()> pass) : m_pass(std::move(pass)) {}
+    bool Accept(const HttpResponse&) override { return true; }
+    bool Write(const char*, std::size_t) override
+    {
+        m_pass();
+        return true;
+    }
+
+private:
+    const std::function<void()> m_pass;
+};
 
 // Sets the file of the system's authorities for trust stores that are made while this object lives.
 class SystemAuthorities
@@ -35,6 +67,7 @@ protected:
     {
         request.headers = {{"Authorization", "Bearer secret"}};
         console.wallTimeS = [this] { return wallTimeS; };
+        console.now = [this] { return std::chrono::steady_clock::now() + passed; };
     }
 
     EErrorCode CodeFrom(test::Identity identity, int mostVersion = TLS1_3_VERSION)
@@ -60,6 +93,7 @@ protected:
     test::Identity NotYetValid() const { return authority.Issue("IP:127.0.0.1", 1, 3); }
 
     std::int64_t wallTimeS = BuildTimeS() + kYearS;
+    std::chrono::hours passed{0};
     ConsoleFacts console = RealConsoleFacts();
     std::atomic<bool> wasAsked{false};
     std::string lastDetail;
@@ -115,8 +149,31 @@ TEST_F(CurlTrust, RefusesCertificatesOutsideTheirDates)
 {
     EXPECT_EQ(CodeFrom(Expired()), EErrorCode::eCertificateExpired);
     EXPECT_FALSE(wasAsked);
-    EXPECT_EQ(CodeFrom(NotYetValid()), EErrorCode::eCertificateNotYetValid);
+    EXPECT_EQ(CodeFrom(NotYetValid()), EErrorCode::eClockWrong) << "also a few hours behind";
     EXPECT_FALSE(wasAsked);
+}
+
+TEST_F(CurlTrust, BlamesNoClockThatTheServiceHasConfirmed)
+{
+    const auto script = [this](TlsPeer::Session& session) {
+        session.ReadHead();
+        session.Write(AnswerAt(wallTimeS));
+    };
+    for (const std::int64_t behindS : {std::int64_t{0}, kHourS}) {
+        TlsPeer peer(GoodIdentity(), script);
+        CurlTransport transport(peer.Url(), Trust(), console);
+        LongBody body([this] {
+            wallTimeS += 3 * kHourS;
+            passed += std::chrono::hours(3);
+        });
+        request.sink = &body;
+        request.limits.stallWindow = std::chrono::hours(24);
+        EXPECT_FALSE(transport.Perform(request, {}).failure.IsSet());
+        peer.Use(NotYetValid());
+        wallTimeS -= behindS;
+        EXPECT_EQ(transport.Perform(request, {}).failure.code,
+                  behindS == 0 ? EErrorCode::eCertificateNotYetValid : EErrorCode::eClockWrong);
+    }
 }
 
 TEST_F(CurlTrust, RefusesACertificateOfAnotherHost)
@@ -163,7 +220,6 @@ TEST_F(CurlTrust, ReportsNoClockForOtherErrors)
 
 TEST(ClockWrong, ComparesWithTheServicesTime)
 {
-    constexpr std::int64_t kHourS = 3600;
     const std::int64_t now = BuildTimeS() + kYearS;
     EXPECT_FALSE(IsClockWrong(now, std::nullopt));
     EXPECT_FALSE(IsClockWrong(now, now + 20 * kHourS));

@@ -84,8 +84,8 @@ TlsPeer::TlsPeer(Identity identity, Script script, int mostVersion, int receiveB
       m_context(SSL_CTX_new(TLS_server_method()))
 {
     std::signal(SIGPIPE, SIG_IGN);
-    SSL_CTX_use_certificate(m_context.get(), m_identity.certificate.get());
-    SSL_CTX_use_PrivateKey(m_context.get(), m_identity.key.get());
+    Use(m_identity);
+    SSL_CTX_set_num_tickets(m_context.get(), 0); // a client verifies each connection's certificate
     SSL_CTX_set_max_proto_version(m_context.get(), mostVersion);
     if (mostVersion < TLS1_2_VERSION)
         SSL_CTX_set_cipher_list(m_context.get(), "ALL:@SECLEVEL=0");
@@ -128,6 +128,12 @@ TlsPeer::~TlsPeer()
 void TlsPeer::StopListening()
 {
     ::shutdown(m_listener, SHUT_RDWR); // ends the accept
+}
+
+void TlsPeer::Use(const Identity& identity)
+{
+    SSL_CTX_use_certificate(m_context.get(), identity.certificate.get());
+    SSL_CTX_use_PrivateKey(m_context.get(), identity.key.get());
 }
 
 void TlsPeer::StopTls(std::string plainAnswer)

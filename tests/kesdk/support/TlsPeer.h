@@ -54,6 +54,8 @@ public:
     int ConnectionCount() const { return m_connections; }
     // Refuses new connections. Open connections stay open.
     void StopListening();
+    // New connections get this certificate.
+    void Use(const Identity& identity);
     // Answers the first bytes of new connections with this text, without TLS. If the text is empty,
     // the connections end there.
     void StopTls(std::string plainAnswer);

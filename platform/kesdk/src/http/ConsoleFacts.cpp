@@ -8,6 +8,7 @@
 
 #include <arpa/inet.h>
 #include <cerrno>
+#include <cstdlib>
 #include <netinet/in.h>
 
 namespace kesdk::impl {
@@ -15,7 +16,8 @@ namespace kesdk::impl {
 namespace {
 
 constexpr std::int64_t kLongestUseS =
-    std::int64_t{15} * 365 * kDayS; // for a console whose software is never updated
+    std::int64_t{15} * 365 * kDayS;       // for a console whose software is never updated
+constexpr std::int64_t kSlowAnswerS = 60; // few answers take longer
 
 // -1 if this process cannot express the time of the clock.
 std::int64_t WallTimeS()
@@ -59,6 +61,14 @@ bool IsClockWrong(std::int64_t wallTimeS, const std::optional<std::int64_t>& tol
     if (wallTimeS < built - kDayS || wallTimeS > built + kLongestUseS)
         return true;
     return toldTimeS && (wallTimeS < *toldTimeS - kDayS || wallTimeS > *toldTimeS + kDayS);
+}
+
+EConsoleClock JudgeClock(std::int64_t wallTimeS, const std::optional<std::int64_t>& toldTimeS)
+{
+    if (IsClockWrong(wallTimeS, toldTimeS))
+        return EConsoleClock::eWrong;
+    const bool isSame = toldTimeS && std::llabs(wallTimeS - *toldTimeS) <= kSlowAnswerS;
+    return isSame ? EConsoleClock::eConfirmed : EConsoleClock::eUnknown;
 }
 
 } // namespace kesdk::impl

@@ -32,7 +32,16 @@ ConsoleFacts RealConsoleFacts();
 inline constexpr std::chrono::seconds kLongSleep{10};
 
 // Whether this time is wrong: more than a day before the build of this library, 15 years after it,
-// or more than a day off the time that the service sent.
+// or more than a day off the time that the service sent. Up to a day, the clock of the builder or
+// of the service may be the wrong one, and the ages of files are still right enough.
 bool IsClockWrong(std::int64_t wallTimeS, const std::optional<std::int64_t>& toldTimeS);
+
+enum class EConsoleClock {
+    eUnknown,
+    eWrong,     // see IsClockWrong()
+    eConfirmed, // the service sent the same time
+};
+
+EConsoleClock JudgeClock(std::int64_t wallTimeS, const std::optional<std::int64_t>& toldTimeS);
 
 } // namespace kesdk::impl

@@ -65,6 +65,15 @@ EErrorCode CodeOf(const CodeRow (&rows)[count], long theirs, EErrorCode other)
     return other;
 }
 
+// Whether the console's clock makes the certificate look bad. A service may use an old certificate,
+// but rarely a certificate before its start.
+bool IsOfTheClock(EErrorCode meaning, EConsoleClock clock)
+{
+    if (meaning == EErrorCode::eCertificateNotYetValid)
+        return clock != EConsoleClock::eConfirmed;
+    return meaning == EErrorCode::eCertificateExpired && clock == EConsoleClock::eWrong;
+}
+
 EErrorCode CodeOfVerify(long verifyResult)
 {
     // The chain has no error: libcurl's own check of the host name failed.
@@ -102,9 +111,7 @@ Failure TranslateCurlError(CURLcode code, const CurlFacts& facts)
     const std::string_view text = facts.text.empty() ? curl_easy_strerror(code) : facts.text;
     if (code == CURLE_PEER_FAILED_VERIFICATION) {
         meaning = CodeOfVerify(facts.verifyResult);
-        const bool isAboutTime = meaning == EErrorCode::eCertificateExpired ||
-                                 meaning == EErrorCode::eCertificateNotYetValid;
-        if (isAboutTime && facts.isClockWrong)
+        if (IsOfTheClock(meaning, facts.clock))
             meaning = EErrorCode::eClockWrong;
     }
     // A drop during the handshake is not an error of the certificate.

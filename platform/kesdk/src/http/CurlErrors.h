@@ -2,6 +2,7 @@
 #pragma once
 
 #include "base/Failure.h"
+#include "http/ConsoleFacts.h"
 
 #include <curl/curl.h>
 
@@ -12,10 +13,10 @@ namespace kesdk::impl {
 // Details beside libcurl's code.
 struct CurlFacts
 {
-    long verifyResult = 0;     // OpenSSL's result for the peer's certificate
-    long osError = 0;          // errno of a connection that could not be made
-    std::string_view text{};   // libcurl's error text; may be empty
-    bool isClockWrong = false; // the console's clock; no certificate looks valid then
+    long verifyResult = 0;   // OpenSSL's result for the peer's certificate
+    long osError = 0;        // errno of a connection that could not be made
+    std::string_view text{}; // libcurl's error text; may be empty
+    EConsoleClock clock = EConsoleClock::eUnknown;
 };
 
 Failure TranslateCurlError(CURLcode code, const CurlFacts& facts);

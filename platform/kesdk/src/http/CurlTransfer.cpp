@@ -2,6 +2,7 @@
 
 #include "base/Text.h"
 #include "http/CurlErrors.h"
+#include "http/HttpDate.h"
 
 #include <linux/sockios.h>
 #include <sys/ioctl.h>
@@ -20,11 +21,12 @@ constexpr std::size_t kMostCollectedBytes = std::size_t{64} * 1024 * 1024;
 } // namespace
 
 CurlTransfer::CurlTransfer(CURL* easy, const HttpRequest& request, const ConsoleFacts& console,
-                           const OpenSockets& sockets)
+                           const OpenSockets& sockets, ServiceTime& serviceTime)
     : m_easy(easy),
       m_request(request),
       m_console(console),
       m_sockets(sockets),
+      m_serviceTime(serviceTime),
       m_openedAtStart(sockets.OpenedCount()),
       m_start(console.now()),
       m_sent(m_start),
@@ -195,14 +197,14 @@ Failure CurlTransfer::WithoutConnection() const
     return Failure(EErrorCode::eConnectTimeout, "no connection in time");
 }
 
-HttpOutcome CurlTransfer::Finish(CURLcode code, const Failure& early, bool isClockWrong)
+HttpOutcome CurlTransfer::Finish(CURLcode code, const Failure& early, EConsoleClock clock)
 {
-    m_outcome.failure = early.IsSet() ? early : Translate(code, isClockWrong);
+    m_outcome.failure = early.IsSet() ? early : Translate(code, clock);
     m_outcome.mayHaveRunBefore = m_sentCount > 1;
     return std::move(m_outcome);
 }
 
-Failure CurlTransfer::Translate(CURLcode code, bool isClockWrong) const
+Failure CurlTransfer::Translate(CURLcode code, EConsoleClock clock) const
 {
     if (code == CURLE_OK && m_hasWholeHead)
         return {};
@@ -214,7 +216,7 @@ Failure CurlTransfer::Translate(CURLcode code, bool isClockWrong) const
         return Failure(EErrorCode::eDropped, "the answer ended inside its head");
     CurlFacts facts;
     facts.text = m_errorText.data();
-    facts.isClockWrong = isClockWrong;
+    facts.clock = clock;
     curl_easy_getinfo(m_easy, CURLINFO_SSL_VERIFYRESULT, &facts.verifyResult);
     curl_easy_getinfo(m_easy, CURLINFO_OS_ERRNO, &facts.osError);
     return AfterConnectionDied(TranslateCurlError(code, facts), code);
@@ -247,6 +249,7 @@ std::size_t CurlTransfer::TakeHeaderLine(std::string_view line)
         response.status = static_cast<int>(status);
     } else if (text.empty()) {
         m_hasWholeHead = response.status >= 200;
+        TakeTime();
         if (m_hasWholeHead && m_request.sink)
             m_isBodyForSink = m_request.sink->Accept(response);
     } else if (const std::size_t colon = text.find(':'); colon != std::string_view::npos) {
@@ -254,6 +257,14 @@ std::size_t CurlTransfer::TakeHeaderLine(std::string_view line)
             {std::string(Trim(text.substr(0, colon))), std::string(Trim(text.substr(colon + 1)))});
     }
     return line.size();
+}
+
+// Only a peer with a valid certificate has answered. The body may last for days.
+void CurlTransfer::TakeTime()
+{
+    const std::string* date = m_outcome.response.Header("Date");
+    if (const std::optional<std::int64_t> told = date ? ParseHttpDate(*date) : std::nullopt)
+        m_serviceTime.Note(*told);
 }
 
 std::size_t CurlTransfer::TakeBody(const char* bytes, std::size_t sizeBytes)

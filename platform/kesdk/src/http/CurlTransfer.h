@@ -5,6 +5,7 @@
 #include "http/ConsoleFacts.h"
 #include "http/HttpMessage.h"
 #include "http/OpenSockets.h"
+#include "http/ServiceTime.h"
 
 #include <curl/curl.h>
 
@@ -21,14 +22,14 @@ class CurlTransfer
 {
 public:
     CurlTransfer(CURL* easy, const HttpRequest& request, const ConsoleFacts& console,
-                 const OpenSockets& sockets);
+                 const OpenSockets& sockets, ServiceTime& serviceTime);
     CurlTransfer(const CurlTransfer&) = delete;
     CurlTransfer& operator=(const CurlTransfer&) = delete;
 
     // Set if a limit is exceeded.
     Failure CheckLimits();
     // The outcome: libcurl's result, or `early` if it is set.
-    HttpOutcome Finish(CURLcode code, const Failure& early, bool isClockWrong);
+    HttpOutcome Finish(CURLcode code, const Failure& early, EConsoleClock clock);
 
 private:
     using Time = Clock::Time;
@@ -47,7 +48,8 @@ private:
     Failure CheckConsole(Time now);
     std::size_t TakeHeaderLine(std::string_view line);
     std::size_t TakeBody(const char* bytes, std::size_t sizeBytes);
-    Failure Translate(CURLcode code, bool isClockWrong) const;
+    void TakeTime();
+    Failure Translate(CURLcode code, EConsoleClock clock) const;
     bool IsConnecting() const;
     Failure WithoutConnection() const;
     Failure AfterConnectionDied(Failure failure, CURLcode code) const;
@@ -61,6 +63,7 @@ private:
     const HttpRequest& m_request;
     const ConsoleFacts& m_console;
     const OpenSockets& m_sockets;
+    ServiceTime& m_serviceTime;
     std::unique_ptr<curl_slist, FreeList> m_headers;
     std::array<char, CURL_ERROR_SIZE> m_errorText{};
     HttpOutcome m_outcome;

@@ -1,7 +1,6 @@
 #include "http/CurlTransport.h"
 
 #include "http/CurlTransfer.h"
-#include "http/HttpDate.h"
 
 #include <openssl/ssl.h>
 
@@ -102,24 +101,14 @@ HttpOutcome CurlTransport::Perform(const HttpRequest& request, const AbortCheck&
     if (asleep - std::exchange(m_asleepAtLast, asleep) >= kLongSleep)
         curl_easy_setopt(m_easy.get(), CURLOPT_FRESH_CONNECT, 1L);
     m_sockets.Serve(m_easy.get());
-    CurlTransfer transfer(m_easy.get(), request, m_console, m_sockets);
+    CurlTransfer transfer(m_easy.get(), request, m_console, m_sockets, *m_serviceTime);
     RunEnd end;
     {
         const HandleInMulti inside(m_multi.get(), m_easy.get());
         end = Run(m_multi.get(), transfer, abort);
     }
-    const bool isClockWrong = IsClockWrong(m_console.wallTimeS(), m_serviceTime->NowS());
-    HttpOutcome outcome = transfer.Finish(end.code, end.early, isClockWrong);
-    TakeTime(outcome);
-    return outcome;
-}
-
-// Only a peer with a valid certificate gets here.
-void CurlTransport::TakeTime(const HttpOutcome& outcome)
-{
-    const std::string* date = outcome.response.Header("Date");
-    if (const std::optional<std::int64_t> told = date ? ParseHttpDate(*date) : std::nullopt)
-        m_serviceTime->Note(*told);
+    const EConsoleClock clock = JudgeClock(m_console.wallTimeS(), m_serviceTime->NowS());
+    return transfer.Finish(end.code, end.early, clock);
 }
 
 void CurlTransport::Wake()

@@ -41,7 +41,6 @@ private:
     };
 
     void SetCommonOptions(const HttpRequest& request);
-    void TakeTime(const HttpOutcome& outcome);
 
     const std::string m_baseUrl;
     const std::shared_ptr<const TrustStore> m_trust;
