@@ -175,8 +175,25 @@ class ScreensLinkTest(ScreensCase):
         self.until_bar(window, "No network\nat ", "link-no-network")
 
     def test_shows_that_the_clock_is_wrong(self):
-        window = self.fail_to_log_in(prefix=wrong_clock(self))
+        self.make_inboxes()
+        wrong = self.folder / "wrong"
+        wrong.touch()
+        window = self.fail_to_log_in(prefix=wrong_clock(self, until_removed=wrong))
         self.until_bar(window, "Clock is wrong", "link-clock-wrong")
+        self.assertTrue(self.has_banner(window))
+        wrong.unlink()
+        self.until_bar(window, "Logged out", guide="at once")
+        self.assertFalse(self.has_banner(window))
+        window.press("Login")
+        self.until_bar(window, "Connected")
+
+    # The service's certificate begins an hour before it was made.
+    def test_shows_that_the_clock_is_a_few_hours_behind(self):
+        window = self.fail_to_log_in(prefix=wrong_clock(self, -2 * 3600))
+        self.until_bar(window, "Clock is wrong")
+
+    def has_banner(self, window):
+        return any(label.startswith("The login has failed.") for label in window.look().labels())
 
     def test_shows_that_the_service_is_not_trusted(self):
         window = self.fail_to_log_in(ca="/etc/hostname")  # readable, and no certificate

@@ -89,6 +89,35 @@ TEST_F(LinkBoardTest, TellsTheTimesByTheClockThatHasBeenSetSince)
     EXPECT_EQ(status.offlineSince->wallS, contactS + 30);
 }
 
+TEST_F(LinkBoardTest, ForgetsAWrongClockWhenItIsSet)
+{
+    clockError = -2h;
+    board.SetSession(ESession::eConnecting);
+    board.NoteProblem(EProblem::eClockWrong, board.Now());
+    board.SetSession(ESession::eLoginFailed);
+    time->Advance(60s);
+    asleep = 1h;
+    EXPECT_EQ(board.Read().session, ESession::eLoginFailed);
+    EXPECT_EQ(board.Read().problem, EProblem::eClockWrong);
+    clockError = 0h;
+    EXPECT_EQ(board.Read().session, ESession::eLoggedOut);
+    EXPECT_EQ(board.Read().problem, EProblem::eNone);
+    EXPECT_FALSE(board.Read().offlineSince);
+}
+
+TEST_F(LinkBoardTest, KeepsOtherProblemsWhenTheClockIsSet)
+{
+    board.SetSession(ESession::eConnecting);
+    board.NoteProblem(EProblem::eNoNetwork, board.Now());
+    board.SetSession(ESession::eLoginFailed);
+    clockError = 2h;
+    EXPECT_EQ(board.Read().problem, EProblem::eNoNetwork);
+    board.SetSession(ESession::eLoggedIn);
+    board.NoteProblem(EProblem::eClockWrong, board.Now());
+    clockError = 0h;
+    EXPECT_EQ(board.Read().problem, EProblem::eClockWrong) << "the session tries again by itself";
+}
+
 // The steady clock does not count a sleep of the console.
 TEST_F(LinkBoardTest, KeepsTheTimesFromBeforeASleepOfTheConsole)
 {

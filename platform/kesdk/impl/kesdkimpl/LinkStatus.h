@@ -12,7 +12,8 @@ namespace kesdkimpl {
 enum class ESession : std::uint8_t {
     eNoConnection, // the plug-in has not created the SDK's connection, or has released it
     eLoggedOut,
-    eLoginFailed,  // the last login failed
+    // The last login failed. If the console's clock was wrong, eLoggedOut follows when it is set.
+    eLoginFailed,
     eSessionEnded, // the service ended the session
     eConnecting,   // a login is running
     eLoggedIn,

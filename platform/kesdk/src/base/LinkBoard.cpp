@@ -17,6 +17,8 @@ using std::chrono::milliseconds;
 // A contact of this age says more about the link than the failure of an older request.
 constexpr std::chrono::seconds kFreshContact{10};
 constexpr std::chrono::seconds kStillAfter{3};
+// A smaller step of the console's clock may be an error between two readings.
+constexpr std::chrono::seconds kLeastClockStep{5};
 constexpr milliseconds kSampleEvery{500};
 constexpr std::chrono::seconds kRateWindow{10};
 constexpr std::chrono::seconds kLeastRateTime{2};
@@ -161,6 +163,11 @@ kesdkimpl::LinkStatus LinkBoard::Read() const
     status.offlineSince = MomentOf(m_offlineSince);
     status.lastContact = MomentOf(m_lastContact);
     status.listsCurrentAt = MomentOf(m_listsCurrentAt);
+    if (HasClockBeenSetSinceTheLogin()) {
+        status.session = kesdkimpl::ESession::eLoggedOut;
+        status.problem = kesdkimpl::EProblem::eNone;
+        status.offlineSince.reset();
+    }
     if (m_transfer)
         status.transfer = Describe(*m_transfer);
     return status;
@@ -186,9 +193,24 @@ std::int64_t LinkBoard::WallS(Clock::Time time) const
     return duration_cast<std::chrono::seconds>(m_wallTime() + ahead).count();
 }
 
+// Whether the last login failed because of the clock, and the clock has been set since. The next
+// login checks the new time.
+bool LinkBoard::HasClockBeenSetSinceTheLogin() const
+{
+    return m_session == kesdkimpl::ESession::eLoginFailed &&
+           m_problem == kesdkimpl::EProblem::eClockWrong &&
+           std::chrono::abs(ClockStart() - m_clockStartAtProblem) >= kLeastClockStep;
+}
+
+milliseconds LinkBoard::ClockStart() const
+{
+    return m_wallTime() - duration_cast<milliseconds>(Now().time_since_epoch()) - m_asleep();
+}
+
 void LinkBoard::TakeProblem(kesdkimpl::EProblem problem)
 {
     m_problem = problem;
+    m_clockStartAtProblem = ClockStart();
     if (!m_offlineSince)
         m_offlineSince = EventNow();
 }

@@ -88,6 +88,9 @@ private:
     Event EventNow() const { return {Now(), m_asleep()}; }
     std::optional<kesdkimpl::Moment> MomentOf(const std::optional<Event>& event) const;
     std::int64_t WallS(Clock::Time time) const;
+    bool HasClockBeenSetSinceTheLogin() const;
+    // By the console's clock, the time when the console started. Changes only if the clock is set.
+    std::chrono::milliseconds ClockStart() const;
     void TakeProblem(kesdkimpl::EProblem problem);
     void Move(std::int64_t doneBytes);
     kesdkimpl::TransferStatus Describe(const Transfer& transfer) const;
@@ -98,6 +101,7 @@ private:
     mutable std::mutex m_mutex; // guards everything below
     kesdkimpl::ESession m_session = kesdkimpl::ESession::eLoggedOut;
     kesdkimpl::EProblem m_problem = kesdkimpl::EProblem::eNone;
+    std::chrono::milliseconds m_clockStartAtProblem{0};
     std::optional<Event> m_offlineSince;
     std::optional<Event> m_lastContact;
     std::optional<Event> m_listsCurrentAt;
