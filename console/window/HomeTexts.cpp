@@ -2,6 +2,7 @@
 
 #include "console/session/Categories.h"
 #include "console/window/StatusTexts.h"
+#include "console/window/TransferTexts.h"
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QLocale>
@@ -82,7 +83,8 @@ QStringList FolderLines(const THomeState& state, std::size_t project)
 
 THomeCard LinkCard(const THomeState& state)
 {
-    QString text = console::LinkWords(state.link).text.replace(QLatin1Char('\n'), QLatin1Char(' '));
+    QString text =
+        console::ConnectionWords(state.link).text.replace(QLatin1Char('\n'), QLatin1Char(' '));
     if (state.link.lastContact) {
         text +=
             QLatin1Char('\n') +

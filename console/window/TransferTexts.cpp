@@ -126,13 +126,21 @@ QString ActivityText(const LinkStatus& status)
 
 namespace console {
 
+TStatusWords ConnectionWords(const LinkStatus& status)
+{
+    if (!status.transfer || status.transfer->phase != EPhase::eWaits) {
+        return LinkWords(status);
+    }
+    return {QStringLiteral("link-down"),
+            ProblemOf(status) + QLatin1Char('\n') +
+                TTexts::tr("until %1").arg(TimeText(status.transfer->waitsUntilS))};
+}
+
 TStatusWords TransferWords(const LinkStatus& status, const TFileCount& files)
 {
     const TransferStatus& transfer = *status.transfer;
     if (transfer.phase == EPhase::eWaits) {
-        return {QStringLiteral("link-down"),
-                ProblemOf(status) + QLatin1Char('\n') +
-                    TTexts::tr("until %1").arg(TimeText(transfer.waitsUntilS))};
+        return ConnectionWords(status);
     }
     const QString percent = TTexts::tr("%1 %").arg(Percent(transfer));
     // A low display has no room for words.

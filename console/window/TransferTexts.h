@@ -12,6 +12,10 @@
 
 namespace console {
 
+// The state of the connection, for the status bar and the home page. A transfer that waits counts:
+// it may be the first to notice that the service does not answer.
+TStatusWords ConnectionWords(const kesdkimpl::LinkStatus& status);
+
 // Both: `status` has a transfer. Sizes and times are in the operator's language.
 TStatusWords TransferWords(const kesdkimpl::LinkStatus& status, const TFileCount& files);
 hostimpl::TTransferState TransferProgress(const kesdkimpl::LinkStatus& status,

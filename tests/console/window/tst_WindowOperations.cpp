@@ -1,4 +1,5 @@
 // The window shows the progress, the unpacking and the outcome of the plug-in's operations.
+#include "console/window/THomePage.h"
 #include "console/window/TSessionFixture.h"
 #include "console/window/TStatusBar.h"
 #include "core/TKelvoInterface.h"
@@ -115,6 +116,29 @@ private Q_SLOTS:
         QVERIFY(QTest::qWaitFor(isTransferShown, 60000));
         m_status.transfer.reset();
         QVERIFY(QTest::qWaitFor([&] { return !isTransferShown(); }, 60000));
+    }
+
+    // The transfer is the first to notice that the service does not answer.
+    void showsAWaitingTransferAlsoOnTheHomePage()
+    {
+        Begin(ScreensPlugin_PATH);
+        QVERIFY(WaitForScreens());
+        const auto card = [this] {
+            const QStringList texts = m_session->Window()->Home().Texts();
+            return *std::find_if(texts.cbegin(), texts.cend(), [](const QString& text) {
+                return text.startsWith(QLatin1String("Connection\n"));
+            });
+        };
+        m_status.session = kesdkimpl::ESession::eLoggedIn;
+        m_status.transfer = kesdkimpl::TransferStatus();
+        Q_EMIT Hub()->KelvoDownloadRequested(0, names, {});
+        QCOMPARE(card(), QStringLiteral("Connection\nConnected"));
+        m_status.transfer->phase = kesdkimpl::EPhase::eWaits;
+        Q_EMIT Hub()->KelvoDownloadingFile(0, names.first());
+        QString words = m_session->Window()->Status().LinkText();
+        QVERIFY2(words.startsWith(QLatin1String("Nothing moves\nuntil ")), qPrintable(words));
+        QCOMPARE(card(), QStringLiteral("Connection\n") +
+                             words.replace(QLatin1Char('\n'), QLatin1Char(' ')));
     }
 
     void showsTheArchiveThatIsUnpacked()
