@@ -397,6 +397,10 @@
         <translation>%1 verdeckt</translation>
     </message>
     <message>
+        <source>Left out, because the search hides them: %1</source>
+        <translation>Ausgelassen, weil die Suche sie verdeckt: %1</translation>
+    </message>
+    <message>
         <source>None</source>
         <translation>Keine</translation>
     </message>

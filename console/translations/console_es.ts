@@ -397,6 +397,10 @@
         <translation>Ocultos: %1</translation>
     </message>
     <message>
+        <source>Left out, because the search hides them: %1</source>
+        <translation>Quedan fuera porque la búsqueda los oculta: %1</translation>
+    </message>
+    <message>
         <source>None</source>
         <translation>Nada</translation>
     </message>

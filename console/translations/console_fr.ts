@@ -397,6 +397,10 @@
         <translation>Cachés&#xa0;: %1</translation>
     </message>
     <message>
+        <source>Left out, because the search hides them: %1</source>
+        <translation>Laissés de côté, car la recherche les cache&#xa0;: %1</translation>
+    </message>
+    <message>
         <source>None</source>
         <translation>Aucun</translation>
     </message>

@@ -398,6 +398,10 @@
         <translation>Ukryte: %1</translation>
     </message>
     <message>
+        <source>Left out, because the search hides them: %1</source>
+        <translation>Pominięto, bo wyszukiwanie je ukrywa: %1</translation>
+    </message>
+    <message>
         <source>None</source>
         <translation>Nic</translation>
     </message>

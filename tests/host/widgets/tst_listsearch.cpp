@@ -1,8 +1,10 @@
 // The search in the head of a list of names.
 #include "THead.h"
+#include "host/TMessageDialog.h"
 #include "hostimpl/Listing.h"
 #include "hostimpl/Theme.h"
 #include "support/WidgetTestMain.h"
+#include "widgets/TMessageText.h"
 
 class tst_ListSearch : public kelvo::test::TTestCase
 {
@@ -17,6 +19,8 @@ private Q_SLOTS:
     void ignoresCaseAndAccents();
     void selectsOnlyTheFoundNames();
     void leavesOutSelectedNamesThatAreNotShown();
+    void tellsHiddenSelectedNamesWhileTheOperatorTypes();
+    void aQuestionTellsHiddenSelectedNames();
     void theEntryFieldShowsTheFocus();
     void theSearchHoldsWhenTheListIsFilledAgain();
     void keepsHiddenSelectedNamesWhenTheListIsFilledAgain_data();
@@ -95,6 +99,45 @@ void tst_ListSearch::leavesOutSelectedNamesThatAreNotShown()
     QVERIFY(names.list.OnBackPressed());
     QCOMPARE(names.list.GetSelectedTextItems(), QStringList({fields[0], fields[1]}));
     QVERIFY(!names.changes.isEmpty());
+}
+
+void tst_ListSearch::tellsHiddenSelectedNamesWhileTheOperatorTypes()
+{
+    THead names(fields);
+    names.list.resize(320, 400);
+    names.Click(1);
+    names.Search(QStringLiteral("north"));
+    const auto* const label = names.Bar().findChild<QLabel*>();
+    QVERIFY(names.Entry().isVisible());
+    QVERIFY(label->isVisible());
+    QCOMPARE(names.Text(), QStringLiteral("1 hidden"));
+    QVERIFY(label->heightForWidth(label->width()) <= label->height());
+    QVERIFY(label->minimumSizeHint().width() <= label->width());
+    QVERIFY(names.Entry().width() > 2 * label->width());
+    QTest::keyClick(&names.Entry(), Qt::Key_Backspace, Qt::ControlModifier);
+    QVERIFY(!label->isVisible());
+}
+
+void tst_ListSearch::aQuestionTellsHiddenSelectedNames()
+{
+    THead names(fields);
+    const QString question = QStringLiteral("Delete?");
+    TMessageDialog dialog(&names.window, QString(), question, TMessageDialog::eQuestion, false,
+                          QPixmap());
+    const auto text = [&dialog] {
+        dialog.ShowWindow(true);
+        const QString shown = dialog.findChild<TMessageText*>()->toPlainText();
+        dialog.CloseWindow();
+        return shown;
+    };
+    names.Click(0);
+    names.Click(1);
+    QCOMPARE(text(), question);
+    names.Search(QStringLiteral("north"));
+    QCOMPARE(text(), question + QStringLiteral("\nLeft out, because the search hides them: 1"));
+    QCOMPARE(dialog.Message(), question);
+    QVERIFY(names.list.OnBackPressed());
+    QCOMPARE(text(), question);
 }
 
 void tst_ListSearch::theEntryFieldShowsTheFocus()

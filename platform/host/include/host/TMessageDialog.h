@@ -14,7 +14,8 @@ class TPushButton;
 // The dialog builds its content on first use. A button emits its signal and then closes the dialog.
 // The Cancel button of a running operation does not close the dialog: the operator waits for the
 // operation's end. A slot that shows the dialog again keeps the dialog open. Beside the message, a
-// sign tells a failure, or how the operation has ended. A mere notice has no sign. Main thread.
+// sign tells a failure, or how the operation has ended. A mere notice has no sign. If a search
+// hides selected names, a question says how many names are left out. Main thread.
 class CONSOLEHOST_EXPORT TMessageDialog : public TPopupWindow
 {
     Q_OBJECT

@@ -68,7 +68,7 @@ TListHead::TListHead(QWidget* parent)
     row->setContentsMargins(TEXT_MARGIN, 0, 0, GAP);
     row->setSpacing(GAP);
     row->addWidget(m_text, 1);
-    row->addWidget(m_edit, 1);
+    row->addWidget(m_edit, 2);
     row->addWidget(m_all);
     row->addWidget(m_search);
     FitFonts();
@@ -153,13 +153,23 @@ void TListHead::EndSearch()
     ShowParts();
 }
 
-// The second line, which a search needs. It is short, because the buttons leave little room.
-QString TListHead::SearchText() const
+// The whole text, and a shorter one. A search needs a second line. It is short, because the buttons
+// leave little room.
+QStringList TListHead::Texts() const
 {
-    return QLatin1Char('\n') +
-           (m_counts.selectedHidden == 0
-                ? TListWidget::tr("%1 found: %2").arg(m_counts.found).arg(Wanted())
-                : TListWidget::tr("%1 hidden").arg(m_counts.selectedHidden));
+    const QString hidden = TListWidget::tr("%1 hidden").arg(m_counts.selectedHidden);
+    if (m_isTyping) {
+        return {hidden};
+    }
+    const QString found = TListWidget::tr("%1 found: %2").arg(m_counts.found).arg(Wanted());
+    const QString more = Wanted().isEmpty()
+                             ? QString()
+                             : QLatin1Char('\n') + (m_counts.selectedHidden == 0 ? found : hidden);
+    QStringList texts{TListWidget::tr("%1 of %2 selected"), QStringLiteral("%1/%2")};
+    for (QString& text : texts) {
+        text = text.arg(m_counts.selected).arg(m_counts.names) + more;
+    }
+    return texts;
 }
 
 // A long text gets narrower letters of the same height. If they are not enough, it loses its words,
@@ -167,17 +177,15 @@ QString TListHead::SearchText() const
 void TListHead::FitText()
 {
     layout()->activate();
-    const QString more = Wanted().isEmpty() ? QString() : SearchText();
-    const QString words = TListWidget::tr("%1 of %2 selected");
-    const QString full = words.arg(m_counts.selected).arg(m_counts.names) + more;
-    m_text->setToolTip(full);
-    m_text->setAccessibleName(full);
+    const QStringList texts = Texts();
+    m_text->setToolTip(texts.first());
+    m_text->setAccessibleName(texts.first());
     const auto fits = [this](const QFont& font) {
         m_text->setFont(font);
         return IsTextInFull();
     };
-    for (const QString& count : {words, QStringLiteral("%1/%2")}) {
-        m_text->setText(count.arg(m_counts.selected).arg(m_counts.names) + more);
+    for (const QString& text : texts) {
+        m_text->setText(text);
         if (fits(hostimpl::NarrowFont(hostimpl::ThemeFont(hostimpl::EFont::eCaption), fits))) {
             return;
         }
@@ -206,7 +214,7 @@ void TListHead::resizeEvent(QResizeEvent* event)
 
 void TListHead::ShowParts()
 {
-    m_text->setVisible(!m_isTyping);
+    m_text->setVisible(!m_isTyping || m_counts.selectedHidden > 0);
     m_edit->setVisible(m_isTyping);
     const bool isAll = m_counts.found > 0 && m_counts.selected >= m_counts.found;
     m_all->SetCaption(isAll ? TListWidget::tr("None") : TListWidget::tr("All"), QString());

@@ -1,13 +1,15 @@
 // The head of a list of names: the count of the selected names, "All", and the search.
 #pragma once
 
+#include <QtCore/QStringList>
 #include <QtWidgets/QWidget>
 
 class QLabel;
 class QLineEdit;
 class TPushButton;
 
-// Shows the entry field instead of the count while the operator types. Main thread.
+// While the operator types, the entry field takes the place of the count and of "All". Only the
+// number of the hidden selected names stays. Main thread.
 class TListHead : public QWidget
 {
     Q_OBJECT
@@ -55,7 +57,7 @@ private:
     void FitText();
     bool IsTextInFull() const;
     void ShowParts();
-    QString SearchText() const;
+    QStringList Texts() const;
 
     QLabel* m_text;
     QLineEdit* m_edit;

@@ -60,6 +60,22 @@ hostimpl::EListing hostimpl::CurrentListing()
     return listing;
 }
 
+QString HiddenNamesNote(const QWidget& place)
+{
+    int hidden = 0;
+    const auto lists = place.findChildren<TListWidget*>();
+    for (const TListWidget* const list : lists) {
+        if (list->isVisible()) {
+            const auto selected = list->selectedItems();
+            hidden += static_cast<int>(
+                std::count_if(selected.cbegin(), selected.cend(),
+                              [](const QListWidgetItem* item) { return item->isHidden(); }));
+        }
+    }
+    return hidden == 0 ? QString()
+                       : TListWidget::tr("Left out, because the search hides them: %1").arg(hidden);
+}
+
 TListWidget::TParts::TParts(TListWidget& list) : m_list(list), m_head(&list), m_band(&list)
 {
     m_head.hide();

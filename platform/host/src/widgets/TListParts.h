@@ -10,6 +10,10 @@
 // A role of each entry: the least text size.
 constexpr int LIST_TEXT_SIZE_ROLE = Qt::UserRole + 1;
 
+// Tells how many selected names of the visible lists in `place` are left out, because a search
+// hides them. Empty if there are none.
+QString HiddenNamesNote(const QWidget& place);
+
 // Owned by its TListWidget. Main thread.
 class Q_DECL_HIDDEN TListWidget::TParts : public QStyledItemDelegate
 {

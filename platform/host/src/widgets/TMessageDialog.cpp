@@ -3,6 +3,7 @@
 #include "host/TPushButton.h"
 #include "hostimpl/Theme.h"
 #include "widgets/TBusyIndicator.h"
+#include "widgets/TListParts.h"
 #include "widgets/TMessageText.h"
 #include "widgets/TOutcomeSign.h"
 #include "widgets/TPopupLayer.h"
@@ -74,10 +75,19 @@ public:
     QPixmap pixmap;
     std::array<TPushButton*, BUTTON_COUNT> buttons{};
 
+    // A question is about the selected names that the operator sees.
+    void TakeHiddenNames()
+    {
+        const QWidget* const around = m_dialog.parentWidget();
+        if (type == eQuestion && around != nullptr) {
+            m_note = HiddenNamesNote(*around->window());
+            ShowMessage();
+        }
+    }
     void ShowMessage()
     {
         if (m_text != nullptr) {
-            m_text->SetMessage(message);
+            m_text->SetMessage(m_note.isEmpty() ? message : message + QLatin1Char('\n') + m_note);
         }
     }
 
@@ -87,6 +97,7 @@ private:
     int TransferHeight(int width) const;
 
     TMessageDialog& m_dialog;
+    QString m_note; // below the message
     QLabel* m_title = nullptr;
     TMessageText* m_text = nullptr;
     TBusyIndicator* m_busy = nullptr;
@@ -338,6 +349,9 @@ void TMessageDialog::setVisible(bool isVisible)
     const bool changes = isVisible != !isHidden();
     if (changes) {
         m_content->UpdateMessageSign(isVisible);
+    }
+    if (isNew) {
+        m_content->TakeHiddenNames();
     }
     TPopupWindow::setVisible(isVisible);
     TPushButton* const first = GetMessageDialogButton(Type() == eQuestion ? eButton1 : eButton0);
