@@ -27,7 +27,9 @@ public:
     // on what the list shows.
     QStringList GetSelectedTextItems() const;
     // Selects every entry that has one of the texts. Entries that are selected already stay
-    // selected.
+    // selected. A caller that fills the list again and keeps the selection passes the result of
+    // GetSelectedTextItems() itself: then the selected names that a search hid stay selected too.
+    // Otherwise a list that is filled again, for example with other files, has no selected name.
     void SelectItems(const QStringList& texts);
 
     // The first press of the button starts the use by wheel: the wheel moves through the entries
