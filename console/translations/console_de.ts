@@ -103,10 +103,10 @@
         <translation>Kurs: %1°</translation>
     </message>
     <message numerus="yes">
-        <source>%n new</source>
+        <source>%Ln new</source>
         <translation>
-            <numerusform>%n neu</numerusform>
-            <numerusform>%n neu</numerusform>
+            <numerusform>%Ln neu</numerusform>
+            <numerusform>%Ln neu</numerusform>
         </translation>
     </message>
 </context>

@@ -103,10 +103,10 @@
         <translation>Rumbo: %1°</translation>
     </message>
     <message numerus="yes">
-        <source>%n new</source>
+        <source>%Ln new</source>
         <translation>
-            <numerusform>%n nuevo</numerusform>
-            <numerusform>%n nuevos</numerusform>
+            <numerusform>%Ln nuevo</numerusform>
+            <numerusform>%Ln nuevos</numerusform>
         </translation>
     </message>
 </context>

@@ -103,10 +103,10 @@
         <translation>Cap&#xa0;: %1°</translation>
     </message>
     <message numerus="yes">
-        <source>%n new</source>
+        <source>%Ln new</source>
         <translation>
-            <numerusform>%n nouveau</numerusform>
-            <numerusform>%n nouveaux</numerusform>
+            <numerusform>%Ln nouveau</numerusform>
+            <numerusform>%Ln nouveaux</numerusform>
         </translation>
     </message>
 </context>

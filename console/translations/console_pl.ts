@@ -103,11 +103,11 @@
         <translation>Kurs: %1°</translation>
     </message>
     <message numerus="yes">
-        <source>%n new</source>
+        <source>%Ln new</source>
         <translation>
-            <numerusform>%n nowy</numerusform>
-            <numerusform>%n nowe</numerusform>
-            <numerusform>%n nowych</numerusform>
+            <numerusform>%Ln nowy</numerusform>
+            <numerusform>%Ln nowe</numerusform>
+            <numerusform>%Ln nowych</numerusform>
         </translation>
     </message>
 </context>

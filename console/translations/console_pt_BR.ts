@@ -103,10 +103,10 @@
         <translation>Rumo: %1°</translation>
     </message>
     <message numerus="yes">
-        <source>%n new</source>
+        <source>%Ln new</source>
         <translation>
-            <numerusform>%n novo</numerusform>
-            <numerusform>%n novos</numerusform>
+            <numerusform>%Ln novo</numerusform>
+            <numerusform>%Ln novos</numerusform>
         </translation>
     </message>
 </context>

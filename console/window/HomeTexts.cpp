@@ -14,6 +14,7 @@
 
 namespace {
 
+using console::NumberText;
 using console::THomeCard;
 using console::THomeState;
 using kesdkimpl::EProblem;
@@ -22,11 +23,6 @@ struct TTexts
 {
     Q_DECLARE_TR_FUNCTIONS(Home)
 };
-
-QString Number(int number)
-{
-    return QLocale().toString(number);
-}
 
 // If the service does not answer, its figures date from the event stream's last bytes.
 QString ServiceLine(const THomeState& state, std::size_t project)
@@ -40,9 +36,9 @@ QString ServiceLine(const THomeState& state, std::size_t project)
     }
     if (state.link.problem != EProblem::eNone && state.link.listsCurrentAt) {
         return TTexts::tr("On KELVO at %1: %2")
-            .arg(console::TimeText(state.link.listsCurrentAt->wallS), Number(count->files));
+            .arg(console::TimeText(state.link.listsCurrentAt->wallS), NumberText(count->files));
     }
-    return TTexts::tr("On KELVO: %1").arg(Number(count->files));
+    return TTexts::tr("On KELVO: %1").arg(NumberText(count->files));
 }
 
 // A line breaks neither in the name of a figure nor before a number.
@@ -55,13 +51,13 @@ QString Unbroken(QString text)
 
 QString DownloadedLine(const std::optional<int>& count)
 {
-    return count ? TTexts::tr("Downloaded: %1").arg(Number(*count))
+    return count ? TTexts::tr("Downloaded: %1").arg(NumberText(*count))
                  : TTexts::tr("Downloaded: not readable");
 }
 
 QString ToSendLine(const std::optional<int>& count)
 {
-    return count ? TTexts::tr("To send: %1").arg(Number(*count))
+    return count ? TTexts::tr("To send: %1").arg(NumberText(*count))
                  : TTexts::tr("To send: not readable");
 }
 
@@ -114,7 +110,7 @@ QString MotionText(const console::TReceivedFix& fix)
     }
     if (fix.headingDegrees && fix.speedKmh.value_or(0.0) >= leastKmh) {
         parts << TTexts::tr("Heading: %1\u00b0")
-                     .arg(Number(qRound(*fix.headingDegrees) % 360))
+                     .arg(NumberText(qRound(*fix.headingDegrees) % 360))
                      .replace(QLatin1Char(' '), QChar(QChar::Nbsp));
     }
     return parts.join(QStringLiteral("   "));
@@ -130,7 +126,7 @@ THomeCard PositionCard(const THomeState& state)
     QString quality = console::QualityText(fix.quality);
     if (fix.satellites) {
         quality += QStringLiteral("   ") +
-                   Unbroken(TTexts::tr("Satellites: %1").arg(Number(*fix.satellites)));
+                   Unbroken(TTexts::tr("Satellites: %1").arg(NumberText(*fix.satellites)));
     }
     QStringList lines{quality, console::PlaceText(fix), MotionText(fix)};
     lines.removeAll(QString());
@@ -157,7 +153,7 @@ bool THomeCard::operator==(const THomeCard& other) const
 
 QString BadgeText(int isNew)
 {
-    return isNew == 0 ? QString() : TTexts::tr("%n new", nullptr, isNew);
+    return isNew == 0 ? QString() : TTexts::tr("%Ln new", nullptr, isNew);
 }
 
 QVector<THomeCard> CategoryCards(const THomeState& state)

@@ -79,13 +79,20 @@ QString Degrees(double degrees, QLatin1Char positive, QLatin1Char negative)
 QString Age(const TPositionState& state)
 {
     const qlonglong seconds = qMax<qlonglong>(state.ageMs, 0) / 1000;
-    return seconds < 120 ? QCoreApplication::translate("StatusBar", "%1 s").arg(seconds)
-                         : QCoreApplication::translate("StatusBar", "%1 min").arg(seconds / 60);
+    return seconds < 120
+               ? QCoreApplication::translate("StatusBar", "%1 s").arg(console::NumberText(seconds))
+               : QCoreApplication::translate("StatusBar", "%1 min")
+                     .arg(console::NumberText(seconds / 60));
 }
 
 } // namespace
 
 namespace console {
+
+QString NumberText(qlonglong number)
+{
+    return QLocale().toString(number);
+}
 
 QString QualityText(EFixQuality quality)
 {

@@ -16,6 +16,8 @@ struct TStatusWords
     QString text;
 };
 
+// A number in the operator's language, such as "10,000".
+QString NumberText(qlonglong number);
 // Such as "RTK".
 QString QualityText(EFixQuality quality);
 // The position in degrees, for example "52.12050° N  11.62760° E".

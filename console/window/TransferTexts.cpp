@@ -11,6 +11,7 @@
 
 namespace {
 
+using console::NumberText;
 using console::TFileCount;
 using kesdkimpl::EPhase;
 using kesdkimpl::LinkStatus;
@@ -46,10 +47,11 @@ QString TimeLeftText(const TransferStatus& transfer)
     const std::int64_t left = transfer.totalBytes - transfer.doneBytes;
     const std::int64_t seconds = (left + *transfer.bytesPerSecond - 1) / *transfer.bytesPerSecond;
     if (seconds < 2 * minute) {
-        return TTexts::tr("%1 s left").arg(seconds);
+        return TTexts::tr("%1 s left").arg(NumberText(seconds));
     }
-    return seconds < 2 * hour ? TTexts::tr("%1 min left").arg((seconds + minute - 1) / minute)
-                              : TTexts::tr("%1 h left").arg((seconds + hour - 1) / hour);
+    return seconds < 2 * hour
+               ? TTexts::tr("%1 min left").arg(NumberText((seconds + minute - 1) / minute))
+               : TTexts::tr("%1 h left").arg(NumberText((seconds + hour - 1) / hour));
 }
 
 // With the time left; empty if the rate is not known yet.
@@ -75,7 +77,7 @@ QString FileText(int number, const TFileCount& files, const QString& endText)
     }
     return files.Count() < 2 || number < 1
                ? QString()
-               : TTexts::tr("file %1 of %2").arg(number).arg(files.Count());
+               : TTexts::tr("file %1 of %2").arg(NumberText(number), NumberText(files.Count()));
 }
 
 // A long name must leave room for the buttons on a low display. The suffix stays.
@@ -146,7 +148,8 @@ TStatusWords TransferWords(const LinkStatus& status, const TFileCount& files)
     // A low display has no room for words.
     const QString file = files.Count() < 2
                              ? QString()
-                             : QStringLiteral("%1/%2").arg(CurrentFile(files)).arg(files.Count());
+                             : QStringLiteral("%1/%2").arg(NumberText(CurrentFile(files)),
+                                                           NumberText(files.Count()));
     const QString more = Joined({RateText(transfer), file});
     return {QStringLiteral("link-up"), Joined({percent, SizeText(transfer)}) +
                                            (more.isEmpty() ? more : QLatin1Char('\n') + more)};
@@ -189,7 +192,8 @@ std::optional<hostimpl::TTransferState> ResultState(const TFileCount& files,
     constexpr int mostNames = 3;
     QStringList lines;
     if (files.IsCancelled() && files.Current() < files.Count()) {
-        lines << TTexts::tr("Ended after %1 of %2 files.").arg(files.Current()).arg(files.Count());
+        lines << TTexts::tr("Ended after %1 of %2 files.")
+                     .arg(NumberText(files.Current()), NumberText(files.Count()));
     }
     if (!withoutSpace.isEmpty()) {
         QStringList names;

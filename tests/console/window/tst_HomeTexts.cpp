@@ -59,6 +59,9 @@ private Q_SLOTS:
         QCOMPARE(console::CategoryCards(state).at(maps).badge, QStringLiteral("3 new"));
         QCOMPARE(console::CategoryCards(state).at(curves).badge, QString());
         QCOMPARE(state.NewFiles(), 3);
+        QLocale::setDefault(QLocale(QLocale::German));
+        QCOMPARE(console::BadgeText(1200), QStringLiteral("1.200 new"));
+        QLocale::setDefault(QLocale::c());
     }
 
     void showsTheFilesOnTheConsole()

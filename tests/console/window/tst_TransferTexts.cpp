@@ -32,14 +32,15 @@ private:
         return status;
     }
 
-    // The third of twelve downloads.
-    static TFileCount ThirdOfTwelve()
+    static TFileCount ThirdOfTwelve() { return ThirdOf(12); }
+
+    static TFileCount ThirdOf(int count)
     {
         TFileCount files;
         console::THubEvent event;
         event.signal = EHubSignal::eDownloadRequested;
         event.fileNames = QStringList();
-        for (int i = 0; i < 12; ++i) {
+        for (int i = 0; i < count; ++i) {
             *event.fileNames << QString::number(i);
         }
         files.OnHubEvent(event);
@@ -224,6 +225,14 @@ private Q_SLOTS:
         QLocale::setDefault(QLocale(QStringLiteral("de")));
         const QString text = console::TransferProgress(Moving(1'200'000, 2'800'000), {}).text;
         QVERIFY2(text.startsWith(QStringLiteral("1,2 of 2,8 MB")), qUtf8Printable(text));
+        TFileCount files = ThirdOf(1200);
+        const LinkStatus slow = Moving(0, 7'200'000, 1);
+        QCOMPARE(console::TransferProgress(slow, files).text,
+                 QStringLiteral("0,0 of 7,2 MB  file 3 of 1.200\n1 Bytes/s  2.000 h left"));
+        QVERIFY(console::TransferWords(slow, files).text.endsWith(QStringLiteral("3/1.200")));
+        files.NoteCancel();
+        QCOMPARE(console::ResultState(files, {})->text,
+                 QStringLiteral("Ended after 3 of 1.200 files."));
     }
 
     void countsTheFilesOfAnOperation()

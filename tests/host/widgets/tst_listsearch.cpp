@@ -6,6 +6,8 @@
 #include "support/WidgetTestMain.h"
 #include "widgets/TMessageText.h"
 
+#include <QtCore/QLocale>
+
 class tst_ListSearch : public kelvo::test::TTestCase
 {
     Q_OBJECT
@@ -30,6 +32,7 @@ private Q_SLOTS:
     void aKeyStartsTheSearch();
     void theWheelVisitsOnlyTheFoundNames();
     void searchesManyNames();
+    void writesNumbersAsTheOperatorDoes();
     void anUnsuccessfulSearchSaysSo();
 };
 
@@ -55,7 +58,7 @@ void tst_ListSearch::elidesALongSearchText()
     QVERIFY(label->heightForWidth(label->width()) <= label->height());
     QVERIFY(label->fontMetrics().size(0, names.Text()).width() <= label->width());
     QCOMPARE(label->accessibleName(),
-             QStringLiteral("0 of 10000 selected\n0 found: ") + names.Entry().text().trimmed());
+             QStringLiteral("0 of 10,000 selected\n0 found: ") + names.Entry().text().trimmed());
 }
 
 void tst_ListSearch::showsOnlyTheFoundNames()
@@ -89,6 +92,7 @@ void tst_ListSearch::leavesOutSelectedNamesThatAreNotShown()
     names.Click(1);
     names.changes.clear();
     names.Search(QStringLiteral("north"));
+    names.list.setFocus();
     QCOMPARE(names.Text(), QStringLiteral("0 of 4 selected\n1 hidden"));
     QVERIFY(names.list.GetSelectedTextItems().isEmpty());
     QVERIFY(!names.changes.isEmpty());
@@ -262,6 +266,25 @@ void tst_ListSearch::searchesManyNames()
     names.All().click();
     QCOMPARE(names.list.GetSelectedTextItems().size(), 11);
     QCOMPARE(names.changes.count(), 1);
+}
+
+void tst_ListSearch::writesNumbersAsTheOperatorDoes()
+{
+    const QLocale before;
+    QLocale::setDefault(QLocale(QStringLiteral("de")));
+    THead names(Numbered(10000));
+    names.window.resize(900, 400);
+    names.list.resize(900, 400);
+    names.All().click();
+    names.Search(QStringLiteral("name"));
+    names.list.setFocus();
+    names.UpdateHead();
+    const QString found = names.Text();
+    QTest::keyClicks(&names.Entry(), QStringLiteral(" 99"));
+    const QString hidden = names.Text();
+    QLocale::setDefault(before);
+    QCOMPARE(found, QStringLiteral("10.000 of 10.000 selected\n10.000 found: name"));
+    QCOMPARE(hidden, QStringLiteral("111 of 10.000 selected\n9.889 hidden"));
 }
 
 void tst_ListSearch::anUnsuccessfulSearchSaysSo()

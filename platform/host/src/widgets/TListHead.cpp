@@ -5,6 +5,7 @@
 #include "hostimpl/Theme.h"
 
 #include <QtCore/QEvent>
+#include <QtCore/QLocale>
 #include <QtGui/QGuiApplication>
 #include <QtGui/QInputMethod>
 #include <QtGui/QPainter>
@@ -39,6 +40,11 @@ protected:
         }
     }
 };
+
+QString Number(int number)
+{
+    return QLocale().toString(number);
+}
 
 TPushButton* NewButton(QWidget* parent)
 {
@@ -157,17 +163,17 @@ void TListHead::EndSearch()
 // leave little room.
 QStringList TListHead::Texts() const
 {
-    const QString hidden = TListWidget::tr("%1 hidden").arg(m_counts.selectedHidden);
+    const QString hidden = TListWidget::tr("%1 hidden").arg(Number(m_counts.selectedHidden));
     if (m_isTyping) {
         return {hidden};
     }
-    const QString found = TListWidget::tr("%1 found: %2").arg(m_counts.found).arg(Wanted());
+    const QString found = TListWidget::tr("%1 found: %2").arg(Number(m_counts.found), Wanted());
     const QString more = Wanted().isEmpty()
                              ? QString()
                              : QLatin1Char('\n') + (m_counts.selectedHidden == 0 ? found : hidden);
     QStringList texts{TListWidget::tr("%1 of %2 selected"), QStringLiteral("%1/%2")};
     for (QString& text : texts) {
-        text = text.arg(m_counts.selected).arg(m_counts.names) + more;
+        text = text.arg(Number(m_counts.selected), Number(m_counts.names)) + more;
     }
     return texts;
 }

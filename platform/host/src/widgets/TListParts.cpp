@@ -4,6 +4,7 @@
 #include "hostimpl/Listing.h"
 #include "hostimpl/Theme.h"
 
+#include <QtCore/QLocale>
 #include <QtCore/QTimer>
 #include <QtGui/QKeyEvent>
 #include <QtGui/QPainter>
@@ -73,7 +74,8 @@ QString HiddenNamesNote(const QWidget& place)
         }
     }
     return hidden == 0 ? QString()
-                       : TListWidget::tr("Left out, because the search hides them: %1").arg(hidden);
+                       : TListWidget::tr("Left out, because the search hides them: %1")
+                             .arg(QLocale().toString(hidden));
 }
 
 TListWidget::TParts::TParts(TListWidget& list) : m_list(list), m_head(&list), m_band(&list)
