@@ -45,12 +45,13 @@ void TDashboard::OnHubEvent(const THubEvent& event)
     CountFiles();
 }
 
-void TDashboard::OnNamesShown(const QStringList& names, const QStringList& choices)
+void TDashboard::OnNamesShown(const QStringList& names, const QStringList& choices,
+                              const QSet<int>& hiddenRows)
 {
     for (int project = 0; project < KELVO_PROJECT_COUNT; ++project) {
         const KelvoFileInfoList* const files = m_files.Files(project);
         if (files != nullptr && files->fileNames == names && IsChosen(project, choices)) {
-            m_seen.SetSeen(project, *files);
+            m_seen.SetSeen(project, *files, hiddenRows);
         }
     }
     CountFiles();

@@ -21,9 +21,11 @@ public:
 
     void OnHubEvent(const THubEvent& event);
     // The screen shows this list of names to the operator now. `choices`: the values of the page's
-    // rows. If a category has exactly these names in this order, its files are no longer new.
+    // rows. If a category has exactly these names in this order, its files are no longer new. The
+    // files in `hiddenRows`, which a search hides, stay as new as they were.
     // On a page with rows, one row must show the category and one the service.
-    void OnNamesShown(const QStringList& names, const QStringList& choices = {});
+    void OnNamesShown(const QStringList& names, const QStringList& choices = {},
+                      const QSet<int>& hiddenRows = {});
     // Whether a category with this number of files has new files. Only then OnNamesShown() can
     // change something.
     bool HasNewInListOf(int fileCount) const;

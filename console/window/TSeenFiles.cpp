@@ -60,17 +60,23 @@ int TSeenFiles::CountNew(int project, const KelvoFileInfoList& files) const
                       [&seen](long id) { return !seen.contains(static_cast<int>(id)); }));
 }
 
-void TSeenFiles::SetSeen(int project, const KelvoFileInfoList& files)
+void TSeenFiles::SetSeen(int project, const KelvoFileInfoList& files, const QSet<int>& hiddenRows)
 {
     if (CountNew(project, files) == 0) {
         return;
     }
     QSet<int>& seen = m_ids.at(static_cast<std::size_t>(project));
-    seen.clear();
-    for (const long id : files.fileIds) {
-        seen.insert(static_cast<int>(id));
+    QSet<int> now;
+    for (int row = 0; row < files.fileIds.size(); ++row) {
+        const int id = static_cast<int>(files.fileIds.at(row));
+        if (!hiddenRows.contains(row) || seen.contains(id)) {
+            now.insert(id);
+        }
     }
-    m_isUnsaved = true;
+    if (now != seen) {
+        seen = now;
+        m_isUnsaved = true;
+    }
 }
 
 void TSeenFiles::Save()

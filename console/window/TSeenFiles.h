@@ -24,8 +24,9 @@ public:
     void SetOperator(const QString& user, const QString& service);
     // How many of the files the operator has not seen.
     int CountNew(int project, const KelvoFileInfoList& files) const;
-    // The operator has seen all files of the category. Forgets the files that are not in the list.
-    void SetSeen(int project, const KelvoFileInfoList& files);
+    // The operator has seen the files of the category, except those in `hiddenRows` of the list.
+    // Forgets the files that are not in the list.
+    void SetSeen(int project, const KelvoFileInfoList& files, const QSet<int>& hiddenRows = {});
     // Returns when the configuration has what was seen. Waits for the disk only after a change.
     void Save();
 

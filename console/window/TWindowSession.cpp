@@ -33,19 +33,6 @@ namespace {
 
 constexpr int tickMs = 250;
 
-// Empty if a search hides a part of the list.
-QStringList ShownNames(const TListWidget& list)
-{
-    QStringList names;
-    for (int row = 0; row < list.count(); ++row) {
-        names << list.item(row)->text();
-        if (list.item(row)->isHidden()) {
-            return {};
-        }
-    }
-    return names;
-}
-
 } // namespace
 
 namespace console {
@@ -254,9 +241,18 @@ void TWindowSession::NoteShownNames()
         choices << row->GetTextValue();
     }
     for (const TListWidget* const list : lists) {
-        if (m_dashboard.HasNewInListOf(list->count())) { // to read a long list takes time
-            m_dashboard.OnNamesShown(ShownNames(*list), choices);
+        if (!m_dashboard.HasNewInListOf(list->count())) {
+            continue; // to read a long list takes time
         }
+        QStringList names;
+        QSet<int> hiddenRows;
+        for (int row = 0; row < list->count(); ++row) {
+            names << list->item(row)->text();
+            if (list->item(row)->isHidden()) {
+                hiddenRows.insert(row);
+            }
+        }
+        m_dashboard.OnNamesShown(names, choices, hiddenRows);
     }
 }
 

@@ -66,6 +66,18 @@ private Q_SLOTS:
         QCOMPARE(state.service.at(curves)->isNew, 1);
     }
 
+    void keepsFilesNewThatASearchHides()
+    {
+        TDashboard dashboard(m_config, QString(), NoFolders);
+        LogIn(dashboard, QStringLiteral("karin"));
+        List(dashboard, maps, {1, 2, 3});
+        const QStringList names{QStringLiteral("1"), QStringLiteral("2"), QStringLiteral("3")};
+        dashboard.OnNamesShown(names, {}, {1, 2});
+        QCOMPARE(dashboard.NewFiles(), 2);
+        dashboard.OnNamesShown(names, {}, {0, 2});
+        QCOMPARE(dashboard.NewFiles(), 1);
+    }
+
     // Each kind of files of a field may have the field's name.
     void tellsListsWithTheSameNamesApart()
     {
