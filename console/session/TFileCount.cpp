@@ -16,6 +16,8 @@ void TFileCount::OnHubEvent(const THubEvent& event)
                event.signal == EHubSignal::eDownloadingFile ||
                event.signal == EHubSignal::eDeletingFile) {
         m_current = std::min(m_current + 1, Count());
+    } else if (event.signal == EHubSignal::eLoggedOut) {
+        NoteCancel();
     } else if (event.signal == EHubSignal::eUploadComplete ||
                event.signal == EHubSignal::eDownloadComplete ||
                event.signal == EHubSignal::eDeleteComplete ||

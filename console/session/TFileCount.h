@@ -18,8 +18,7 @@ public:
     int Count() const { return m_names.size(); }
     // The place of a file in the operation, from 1; 0 if it is not a file of the operation.
     int NumberOf(const QString& name) const { return m_names.indexOf(name) + 1; }
-    // The operator has pressed "Cancel". The hub has no signal for it, and forgets it before the
-    // operation's end.
+    // By the operator or by a logout. The hub has no signal for the operator's cancel.
     bool IsCancelled() const { return m_isCancelled; }
     void NoteCancel() { m_isCancelled = true; }
 

@@ -72,11 +72,6 @@ void TPluginSession::OnWorkerInitialised()
     }
 }
 
-bool TPluginSession::IsCancelRequested() const
-{
-    return Hub() != nullptr && Hub()->IsCancelCurrentOperationRequested();
-}
-
 bool TPluginSession::Listen(THubListener::THandler handler, QString& errorText)
 {
     m_listener = std::make_unique<THubListener>(

@@ -56,8 +56,6 @@ public:
 
     // Null unless the plug-in runs.
     TKelvoInterface* Hub() const { return m_plugin.Hub(); }
-    // Whether the operator has cancelled the running operation with files.
-    bool IsCancelRequested() const;
     const TPositionMonitor& Position() const { return m_position; }
 
 Q_SIGNALS:

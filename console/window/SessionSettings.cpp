@@ -151,7 +151,7 @@ void TWindowSession::RequestRestart()
         m_isRestartWanted = true;
         RequestEnd();
     };
-    if (m_files.IsRunning()) {
+    if (m_operation.IsRunning()) {
         Ask(tr("An upload, download or deletion is running. After the restart, log in, select its "
                "files and start it again. Restart now?"),
             restart);

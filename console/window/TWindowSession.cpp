@@ -4,12 +4,10 @@
 #include "console/settings/TAboutPage.h"
 #include "console/settings/TSettingsPage.h"
 #include "console/window/OnScreenKeyboard.h"
-#include "console/window/Outcomes.h"
 #include "console/window/THomePage.h"
 #include "console/window/TLauncherBar.h"
 #include "console/window/TLinkBanner.h"
 #include "console/window/TStatusBar.h"
-#include "console/window/TransferTexts.h"
 #include "host/ConfigManager.h"
 #include "host/TListWidget.h"
 #include "host/TMessageDialog.h"
@@ -19,7 +17,7 @@
 #include "hostimpl/PopupHost.h"
 #include "hostimpl/TConfigStore.h"
 #include "hostimpl/Theme.h"
-#include "hostimpl/Unpacking.h"
+#include "hostimpl/TransferProgress.h"
 #include "hostimpl/WindowManager.h"
 
 #include <QtCore/QPointer>
@@ -154,9 +152,7 @@ void TWindowSession::OnHubEvent(const THubEvent& event)
         m_loginFailure = event.message.value_or(QString());
     }
     m_dashboard.OnHubEvent(event);
-    ShowOutcome(event, m_files);
-    NoteResult(event);
-    m_files.OnHubEvent(event);
+    m_operation.OnHubEvent(event);
     ShowLink();
     if (event.signal == EHubSignal::eLoggedIn) {
         CheckStoredLogin();
@@ -171,62 +167,14 @@ void TWindowSession::CheckStoredLogin()
     }
 }
 
-// Before m_files forgets the operation.
-void TWindowSession::NoteResult(const THubEvent& event)
-{
-    switch (event.signal) {
-    case EHubSignal::eUploadRequested:
-    case EHubSignal::eDownloadRequested:
-    case EHubSignal::eDeleteFilesRequested:
-        m_result.reset();
-        hostimpl::TakeArchivesWithoutSpace();
-        break;
-    case EHubSignal::eUploadComplete:
-    case EHubSignal::eDownloadComplete:
-    case EHubSignal::eDeleteComplete:
-        m_result = ResultState(m_files, hostimpl::TakeArchivesWithoutSpace());
-        break;
-    default:
-        break;
-    }
-}
-
 void TWindowSession::ShowLink()
 {
     const kesdkimpl::LinkStatus status = m_readLink();
-    // The numbers of a moving transfer change with each poll. Drawing costs time, so only every
-    // second poll draws them.
-    const bool isMoving = status.transfer && status.transfer->phase == kesdkimpl::EPhase::eMoves;
-    m_isMoveDrawn = isMoving && !m_isMoveDrawn;
-    if (!isMoving || m_isMoveDrawn) {
-        ShowWork(status);
+    if (const std::optional<TStatusWords> words = m_operation.Show(status)) {
+        m_window->Status().ShowLink(*words);
     }
     m_window->Banner().Show(status.session, m_loginFailure);
     ShowHome(status);
-}
-
-// Between two files or archives the bar and the dialog keep what they show, so that they do not
-// flicker. If the next poll finds no work either, the old state is no longer true.
-void TWindowSession::ShowWork(const kesdkimpl::LinkStatus& status)
-{
-    const bool isRunning = m_files.IsRunning();
-    if (m_plugin.IsCancelRequested()) {
-        m_files.NoteCancel();
-    }
-    const QString archive = isRunning ? hostimpl::ArchiveInUnpacking() : QString();
-    const bool isWorking = status.transfer || !archive.isEmpty();
-    const bool wasWorking = std::exchange(m_isWorking, isWorking);
-    if (isRunning && wasWorking && !isWorking && status.problem == kesdkimpl::EProblem::eNone) {
-        return;
-    }
-    if (status.transfer) {
-        m_window->Status().ShowLink(TransferWords(status, m_files));
-        hostimpl::SetTransferProgress(TransferProgress(status, m_files));
-    } else {
-        m_window->Status().ShowLink(WorkWords(status, archive));
-        hostimpl::SetTransferProgress(isRunning ? WorkProgress(status, archive, m_files)
-                                                : m_result);
-    }
 }
 
 // The operator sees the list of the open page.

@@ -2,22 +2,20 @@
 #pragma once
 
 #include "console/session/ConsoleSettings.h"
-#include "console/session/TFileCount.h"
 #include "console/session/TPluginSession.h"
 #include "console/settings/StoredSettings.h"
 #include "console/window/TDashboard.h"
 #include "console/window/TMainWindow.h"
+#include "console/window/TOperationView.h"
 #include "console/window/TPluginScreens.h"
 #include "hostimpl/TSurfaceRegister.h"
 #include "hostimpl/TWheelInput.h"
-#include "hostimpl/TransferProgress.h"
 #include "kesdkimpl/LinkStatus.h"
 
 #include <QtCore/QTimer>
 
 #include <functional>
 #include <memory>
-#include <optional>
 
 class TMessageDialog;
 
@@ -70,9 +68,7 @@ private:
     void StartPlugin();
     void CreateScreens();
     void OnHubEvent(const THubEvent& event);
-    void NoteResult(const THubEvent& event);
     void ShowLink();
-    void ShowWork(const kesdkimpl::LinkStatus& status);
     void NoteShownNames();
     void ShowHome(const kesdkimpl::LinkStatus& status);
     void OpenSettings();
@@ -99,11 +95,8 @@ private:
     const TStoredSettings m_atStart;
     TStoredSettings m_inUse;
     const TReadLink m_readLink;
-    TFileCount m_files;
-    std::optional<hostimpl::TTransferState> m_result; // of the last operation
-    bool m_isMoveDrawn = false; // the last poll drew a moving transfer; the next poll does not
-    bool m_isWorking = false;   // the last drawing showed a transfer or an archive
-    QString m_loginFailure;     // the plug-in's reason, simple HTML
+    TOperationView m_operation;
+    QString m_loginFailure; // the plug-in's reason, simple HTML
     TDashboard m_dashboard;
     hostimpl::TWheelInput m_wheel;
     std::unique_ptr<TMainWindow> m_window;

@@ -6,6 +6,7 @@
 #include "host/TFileSystemHelper.h"
 #include "host/TMessageDialog.h"
 #include "host/TProgressDialog.h"
+#include "host/TPushButton.h"
 #include "hostimpl/Unpacking.h"
 #include "support/WidgetTestMain.h"
 
@@ -69,6 +70,11 @@ private:
         return std::any_of(widgets.cbegin(), widgets.cend(), [](const QWidget* widget) {
             return widget->inherits("TTransferProgress") && widget->isVisible();
         });
+    }
+
+    static void PressCancel(TMessageDialog& dialog)
+    {
+        dialog.GetMessageDialogButton(TMessageDialog::eButton1)->click();
     }
 
     // Runs `work` while an archive is being unpacked.
@@ -178,7 +184,7 @@ private Q_SLOTS:
         TOperationDialog dialog;
         dialog.EnableButton(TMessageDialog::eButton0, false);
         Q_EMIT Hub()->KelvoDownloadRequested(0, names, {});
-        Hub()->OnCancelCurrentOperationRequested();
+        PressCancel(dialog);
         const auto poll = [] { Q_EMIT Hub()->KelvoDownloadingFile(0, names.first()); };
         UnpackDuring(poll);
         const auto labels = dialog.findChildren<QLabel*>();
@@ -273,25 +279,41 @@ private Q_SLOTS:
         QCOMPARE(ShownOutcome(dialog), 0); // not the outcome of the operation before
     }
 
+    // No poll comes between the cancel and the operation's end.
     void showsWhereACancelledOperationEnded()
     {
         Begin(ScreensPlugin_PATH);
         QVERIFY(WaitForScreens());
         TOperationDialog dialog;
+        connect(&dialog, &TMessageDialog::Cancel, Hub(),
+                [] { Hub()->OnCancelCurrentOperationRequested(); });
         for (const bool isCancelled : {true, false}) {
             Hub()->OnDownloadFromKelvoRequested(EKelvoProjects(0), names);
             QVERIFY(!IsTransferShown(dialog));
             dialog.EnableButton(TMessageDialog::eButton0, false);
-            if (isCancelled) {
-                Hub()->OnCancelCurrentOperationRequested();
-            }
             Q_EMIT Hub()->KelvoDownloadingFile(0, names.first());
+            if (isCancelled) {
+                PressCancel(dialog);
+            }
             Hub()->RevertCancelCurrentOperation(); // as the worker does before the end
             Hub()->OnKelvoDownloadComplete(0, {});
             QVERIFY(!IsTransferShown(dialog));
             dialog.EnableButton(TMessageDialog::eButton0, true);
             QCOMPARE(IsTransferShown(dialog), isCancelled);
         }
+    }
+
+    // The worker stops before the next file.
+    void showsWhereALogoutEndedAnOperation()
+    {
+        Begin(ScreensPlugin_PATH);
+        QVERIFY(WaitForScreens());
+        TOperationDialog dialog;
+        Hub()->OnDownloadFromKelvoRequested(EKelvoProjects(0), names);
+        Q_EMIT Hub()->KelvoDownloadingFile(0, names.first());
+        Hub()->OnLoggedOutOfKelvo();
+        Hub()->OnKelvoDownloadComplete(0, {});
+        QVERIFY(IsTransferShown(dialog));
     }
 
     void showsHowTheSetUpEnded()

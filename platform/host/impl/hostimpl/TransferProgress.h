@@ -1,10 +1,11 @@
-// Shows the progress of a transfer in the dialogs of running operations.
+// Shows the progress of a transfer in the dialogs of running operations, and tells of their cancel.
 #pragma once
 
 #include "host/HostExport.h"
 
 #include <QtCore/QString>
 
+#include <functional>
 #include <optional>
 
 namespace hostimpl {
@@ -21,5 +22,9 @@ struct TTransferState
 // a result once the operation has ended, until the next call. Empty: the dialogs show a busy
 // indicator only. Main thread.
 CONSOLEHOST_EXPORT void SetTransferProgress(const std::optional<TTransferState>& progress);
+
+// Each press of "Cancel" in such a dialog calls `observer`, before the dialog emits its signal. An
+// empty observer ends these calls. Main thread.
+CONSOLEHOST_EXPORT void ObserveCancel(std::function<void()> observer);
 
 } // namespace hostimpl

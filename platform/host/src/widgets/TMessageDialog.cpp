@@ -176,6 +176,9 @@ void TMessageDialog::TContent::Answer(const TButtonRow& row)
     }
     const QPointer<TMessageDialog> dialog(&m_dialog);
     const int showCount = m_dialog.ShowCount();
+    if (row.answer == &TMessageDialog::Cancel) {
+        TTransferProgress::AnnounceCancel();
+    }
     Q_EMIT(m_dialog.*row.answer)();
     if (row.closes && !dialog.isNull() && dialog->ShowCount() == showCount) {
         dialog->CloseWindow();

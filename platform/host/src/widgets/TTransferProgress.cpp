@@ -20,6 +20,12 @@ std::optional<hostimpl::TTransferState>& Current()
     return progress;
 }
 
+std::function<void()>& CancelObserver()
+{
+    static std::function<void()> observer;
+    return observer;
+}
+
 QList<TTransferProgress*>& All()
 {
     static QList<TTransferProgress*> widgets;
@@ -38,7 +44,19 @@ void SetTransferProgress(const std::optional<TTransferState>& progress)
     }
 }
 
+void ObserveCancel(std::function<void()> observer)
+{
+    CancelObserver() = std::move(observer);
+}
+
 } // namespace hostimpl
+
+void TTransferProgress::AnnounceCancel()
+{
+    if (CancelObserver()) {
+        CancelObserver()();
+    }
+}
 
 TTransferProgress::TTransferProgress(QWidget* parent) : QWidget(parent)
 {

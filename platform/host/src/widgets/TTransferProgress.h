@@ -22,6 +22,8 @@ public:
     void SetRunning(bool isRunning);
     // False while a running transfer waits for the link.
     bool IsMoving() const;
+    // The operator has pressed "Cancel".
+    static void AnnounceCancel();
     // Takes the state that SetTransferProgress has set.
     void Refresh();
     // 0 while it is hidden.
