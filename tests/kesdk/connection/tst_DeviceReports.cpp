@@ -122,6 +122,16 @@ TEST_F(DeviceReports, LimitsReportsOfAFlickeringFixBeforeTheLossIsNoticed)
     EXPECT_EQ(listener.States(), (std::vector<std::int32_t>{1, 3}));
 }
 
+// The operator's guide names this time.
+TEST_F(DeviceReports, LimitsALogoutBeforeTheLossIsNoticedToSeventeenSeconds)
+{
+    isSilent = true;
+    const impl::Clock::Time begin = time->Now();
+    EXPECT_EQ(connection->MeasDeviceDisconnected({}, false), 0);
+    EXPECT_TRUE(connection->Logout());
+    EXPECT_EQ(time->Now() - begin, seconds(17));
+}
+
 TEST_F(DeviceReports, SendsReportsAtOnceAfterAnotherRequestSucceeded)
 {
     isSilent = true;
