@@ -34,7 +34,7 @@ public:
     /**
      * Whether each thread has done the job that the last call gave it. If so, gives each a new job.
      * A thread that hangs answers no more. The pools that wait for a disk or a database are not
-     * asked: Readiness shows that these do not answer, and a restart would not help.
+     * asked: a restart would not help. Readiness shows a disk or a database that does not answer.
      */
     bool haveAnswered();
 

@@ -75,7 +75,7 @@ bool IsAboutAFile(int status)
 }
 
 // The service sends no pages and no redirects. A proxy before the service may send an error as a
-// page: its status counts, unless only the service can know it.
+// page: its status counts, unless it is a status that only the service can know.
 bool IsFromPortal(const HttpResponse& response)
 {
     constexpr int kNetworkWantsLogin = 511;

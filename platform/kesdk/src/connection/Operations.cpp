@@ -172,7 +172,7 @@ bool Connection::SendEnvironment(const api::Environment& environment)
     // If this call failed, the caller would not list anything. The snapshot has everything that the
     // caller asks next, so neither a lost link nor a service in trouble fails this call. Nor does a
     // refused report: the service refuses each report of a clock that is more than a day ahead.
-    if (failure.Is(EErrorCode::eRefusedByService))
+    if (failure.Is(EErrorCode::eRefusedByService, EErrorCode::eTooLarge))
         return End(*operation, {});
     if (!MayPass(failure) && !failure.Is(EErrorCode::eServiceError, EErrorCode::eServiceFull))
         return End(*operation, failure);

@@ -16,7 +16,7 @@ bool IsLinkFailure(const Failure& failure)
     return MayPass(failure) && !failure.Is(EErrorCode::eServiceBusy);
 }
 
-// The service does not take such reports, or not of this account. A proxy may answer the same.
+// The service does not take such reports, or not of this account. A proxy may answer 405, too.
 bool EndsFetches(const Failure& failure)
 {
     constexpr int kMethodNotAllowed = 405;

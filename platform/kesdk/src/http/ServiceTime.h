@@ -23,8 +23,9 @@ public:
     void Note(std::int64_t toldS);
     // Empty until the service has told its time.
     std::optional<std::int64_t> NowS() const;
-    // The console's clock if the service confirms it, otherwise -1, which is a wrong time. For the
-    // age of files: on a clock that is a week ahead, each file is old.
+    // The console's clock if it differs from the service's by a day at most. Otherwise -1, which
+    // IsClockWrong refuses. For the age of files: if the clock jumps a week ahead, each file looks
+    // old.
     std::int64_t ConfirmedWallTimeS() const;
 
 private:

@@ -99,7 +99,8 @@ bool WriteJournal(const std::string& path, const std::string& text, ESync sync)
     if (sync == ESync::eNo)
         return true;
     // After the rename, most file systems write content and name in one commit: the sync of the
-    // folder finds nothing left. If the power fails before, the digest shows a torn journal.
+    // folder finds nothing left. If the power fails before that commit, the digest shows a torn
+    // journal.
     if (::fsync(file.Get()) == 0)
         return SyncFolder(FolderOf(path));
     RemoveJournal(path);

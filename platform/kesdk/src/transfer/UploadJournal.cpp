@@ -143,7 +143,7 @@ UploadJournal::Places UploadJournal::PlacesOf(const UploadOrigin& origin) const
     return {m_folder.empty() ? m_folder : m_folder + '/' + file, folder + '.' + file};
 }
 
-// Not at the start: the service has not told its time yet.
+// Not in the constructor: the service has not told its time yet.
 void UploadJournal::RemoveStale(const std::string& path)
 {
     const std::string folder = FolderOf(path);

@@ -90,8 +90,9 @@ public:
     // Moves a file to the farm's bin.
     virtual bool Delete(std::int64_t resourceId) = 0;
 
-    // True also if the service refuses the report, does not answer or is in trouble. After the last
-    // two, the session's next operation that reaches the service sends the latest report, in 2 s.
+    // True also if the service refuses the report, does not answer or has a fault. A refused report
+    // is dropped. Otherwise the session's next operation that reaches the service sends the latest
+    // report again, for 2 s at most.
     virtual bool SendEnvironment(const Environment& environment) = 0;
     // `sharing`: the device is connected. After a failure, reports may fail at once for up to 10 s.
     virtual bool MeasDeviceConnected(const Environment::MeasDeviceReport& report, bool sharing) = 0;
