@@ -22,7 +22,7 @@ GUIDE = Path(__file__).resolve().parents[2] / "docs/pictures"
 
 class ScreensLinkTest(ScreensCase):
     # The pictures show them.
-    names = iter(("olga", "pieter", "marta", "jan", "ines", "lena", "oskar", "tomas", "karin", "eva", "anna"))
+    names = iter(("olga", "pieter", "marta", "jan", "ines", "lena", "oskar", "tomas", "karin", "eva", "anna", "hanna"))
 
     def setUp(self):
         super().setUp()
