@@ -112,6 +112,7 @@ protected:
     impl::FetchReports fetches{{},
                                line.Timing(),
                                [] { return std::int64_t{0}; },
+                               [] { return std::int64_t{0}; },
                                [] { return std::chrono::milliseconds{0}; }};
     bool isCurrent = true; // the session that the service ends
     impl::PositionSender sender{line, fetches, [this](std::int32_t) { return isCurrent; }};

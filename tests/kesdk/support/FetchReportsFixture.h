@@ -34,7 +34,8 @@ protected:
 
     impl::FetchReports In(const std::string& path) const
     {
-        return {path, line.Timing(), [this] { return wallS; }, [this] { return asleep; }};
+        return {path, line.Timing(), [this] { return wallS; },
+                [this] { return isClockConfirmed ? wallS : -1; }, [this] { return asleep; }};
     }
 
     // A slow link brings each body before the deadline.
@@ -67,6 +68,7 @@ protected:
     kelvo::test::TempFolder folder;
     kelvo::test::TempFolder files;
     std::int64_t wallS = std::time(nullptr); // the journal has a date of now
+    bool isClockConfirmed = true;
     std::chrono::milliseconds asleep{0};
     json body;
     std::size_t largestBody = 0;

@@ -149,6 +149,7 @@ TEST(FetchDurability, RenamesTheJournalWithoutASync)
     const kelvo::test::TempFolder state;
     const test::FakeClock clock(std::make_shared<test::FakeTime>());
     FetchReports reports{state.Path().string(), clock, [] { return std::int64_t{0}; },
+                         [] { return std::int64_t{0}; },
                          [] { return std::chrono::milliseconds{0}; }};
     const CallRecorder recorder;
     reports.Note("account", 1);

@@ -113,6 +113,21 @@ TEST_F(FetchReports, SkipADamagedJournal)
     EXPECT_FALSE(Reports().HasAny(kAccount));
 }
 
+TEST_F(FetchReports, StayOnAClockThatIsAheadUntilTheServiceConfirmsIt)
+{
+    Reports().Note("https://service.example\n8", 1);
+    wallS += std::int64_t{31} * 24 * 3600;
+    isClockConfirmed = false;
+    impl::FetchReports reports = Reports();
+    reports.Note(kAccount, 2);
+    Send(reports);
+    EXPECT_TRUE(Reports().HasAny("https://service.example\n8"));
+    isClockConfirmed = true;
+    reports.Note(kAccount, 3);
+    Send(reports);
+    EXPECT_FALSE(Reports().HasAny("https://service.example\n8"));
+}
+
 TEST_F(FetchReports, MakeTheFolderOfTheirJournal)
 {
     const std::string missing = folder.Path("state/kesdk");

@@ -33,7 +33,7 @@ Connection::Connection(Lines lines, Lasting lasting)
                 AgeClock(lasting)),
       m_downloads(m_requestLine.Api(), m_requestLine.Timing(), AgeClock(lasting)),
       m_fetches(lasting.journalFolder, m_requestLine.Timing(), lasting.console.wallTimeS,
-                lasting.console.asleep),
+                AgeClock(lasting), lasting.console.asleep),
       m_session({m_sessionLine.Api(), m_sessionLine.Timing(), m_state, m_snapshot, m_dispatcher,
                  [this](const Failure& failure) { TakeLoginFailure(failure); }}),
       m_positions(m_positionLine, m_fetches, [this](std::int32_t id) { return EndSession(id); }),

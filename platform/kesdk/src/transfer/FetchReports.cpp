@@ -69,10 +69,11 @@ void DropOld(std::vector<FetchNote>& notes, Clock::Time now)
 } // namespace
 
 FetchReports::FetchReports(std::string folder, const Clock& clock, WallClock wallTimeS,
-                           std::function<std::chrono::milliseconds()> asleep)
+                           WallClock ageClock, std::function<std::chrono::milliseconds()> asleep)
     : m_folder(std::move(folder)),
       m_clock(clock),
       m_wallTimeS(std::move(wallTimeS)),
+      m_ageClock(std::move(ageClock)),
       m_asleep(std::move(asleep))
 {}
 
@@ -192,6 +193,9 @@ void FetchReports::TakeAsSent(const std::string& account, const std::vector<Fetc
     }
     notes.fetches = std::move(kept);
     Store(journal, notes);
+    // Not earlier: only an answer tells whether the console's clock is right.
+    if (!m_folder.empty())
+        RemoveOldJournals(m_folder, kSuffix, m_ageClock(), kMostUnsentS);
 }
 
 FetchReports::Notes& FetchReports::Of(const std::string& journal)
@@ -230,7 +234,6 @@ std::optional<FetchReports::Fetches> FetchReports::Read(const std::string& journ
     if (m_folder.empty())
         return fetches;
     const TwoClocks now = Now();
-    RemoveOldJournals(m_folder, kSuffix, now.wallS, kMostUnsentS);
     const Result<std::string> text = ReadJournal(PathOf(journal));
     if (text.failure.Is(EErrorCode::eFileUnreadable))
         return std::nullopt;

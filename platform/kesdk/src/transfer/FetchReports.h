@@ -29,8 +29,8 @@ namespace kesdk::impl {
 // The result comes after the unpacking, perhaps in a later run. A download of the same file may
 // have a success after an error. A file that is no archive never has a result.
 // A note waits for seven days. At most 1000 notes of an account are kept: a new note replaces the
-// oldest note that waits, or else the oldest note. After 30 days without a write, a journal is
-// removed.
+// oldest note that waits, or else the oldest note. A report removes the journals that were not
+// written for 30 days.
 //
 // Thread safety: safe. Errors: a note that cannot be written is kept in memory only. A journal that
 // cannot be read now is kept, and each call tries to read it again.
@@ -38,8 +38,9 @@ class FetchReports
 {
 public:
     // `clock` is the caller's and outlives the object. `asleep`: how long the console has slept,
-    // which `clock` does not count. Without a folder the notes are forgotten with the object.
-    FetchReports(std::string folder, const Clock& clock, WallClock wallTimeS,
+    // which `clock` does not count. `ageClock`: for the age of journals. Without a folder the notes
+    // are forgotten with the object.
+    FetchReports(std::string folder, const Clock& clock, WallClock wallTimeS, WallClock ageClock,
                  std::function<std::chrono::milliseconds()> asleep);
 
     // `account`: ApiCall::account; without it nothing is noted. `path` is the fetched file.
@@ -80,6 +81,7 @@ private:
     const std::string m_folder;
     const Clock& m_clock;
     const WallClock m_wallTimeS;
+    const WallClock m_ageClock;
     const std::function<std::chrono::milliseconds()> m_asleep;
     std::mutex m_mutex;                   // guards everything below
     std::map<std::string, Notes> m_notes; // by the name of their journal
