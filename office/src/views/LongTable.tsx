@@ -10,11 +10,11 @@ const spareRows = 20;
 /** The width of a column of times, whose letters have this size beside the others. */
 export const timeWidth = (size = 1): string => `${Math.ceil(longestTime.value * size) + 28}px`;
 
-/** px of the longest time of a year. */
+/** px of the longest time of a year: the hour has two digits with 12 and with 24 hours. */
 const longestTime = computed(() => {
   const context = document.createElement('canvas').getContext('2d') as CanvasRenderingContext2D;
   context.font = getComputedStyle(document.body).font;
-  return Math.max(...[...Array(12).keys()].map((month) => context.measureText(dateText(Date.UTC(2026, month, 28, 20, 58))).width));
+  return Math.max(...[...Array(12).keys()].map((month) => context.measureText(dateText(new Date(2026, month, 28, 22, 58).getTime())).width));
 });
 
 interface Props<Row> {

@@ -202,6 +202,12 @@ describe('the rows', () => {
     });
     return [...heads, ...texts].map((each) => each.textContent);
   });
+  /** A time zone in which it is after ten in the evening: no hour is longer. */
+  const lateZone = (): string => {
+    const ahead = 22 - new Date().getUTCHours();
+    const east = ahead > 14 ? ahead - 24 : ahead;
+    return `Etc/GMT${east > 0 ? '-' : '+'}${Math.abs(east)}`;
+  };
   const cutButtons = (page: Page) => page.evaluate(() => {
     const {right} = document.querySelector('.scroll')!.getBoundingClientRect();
     return [...document.querySelectorAll('tbody button, tbody .button')].filter((each) => {
@@ -214,7 +220,7 @@ describe('the rows', () => {
     await put('a name of a file that is longer than its column in each window of the page.zip', 'Curves', 888);
     await world.command('remove', (await put('to the bin.zip'))[0]);
     await put('report.zip', 'From Console');
-    const page = await openCurves({locale});
+    const page = await openCurves({locale, timezoneId: lateZone()});
     const inbox = (await page.locator('.inboxes a').nth(2).getAttribute('href'))!.slice('#/'.length);
     for (const width of [1280, 1024]) {
       await page.setViewportSize({width, height: 800});
