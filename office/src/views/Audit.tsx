@@ -5,7 +5,7 @@ import {apiPath, pageOf, type AuditEntry} from '../api/client';
 import {files, inboxes} from '../model/farm';
 import {reconnections} from '../model/session';
 import {dateText, projectName, t} from '../texts';
-import {LongTable} from './LongTable';
+import {LongTable, timeWidth} from './LongTable';
 import {useNewest} from './newest';
 import {matches, Search} from './Search';
 import {tellError} from './Toast';
@@ -44,7 +44,7 @@ export function Audit({userId, people}: {userId: number | undefined; people: unk
       </div>
       {found.length === 0 ? <p class="empty">{t(entries.value ? 'audit.none' : 'page.loading')}</p> : (
         <LongTable heads={[t('audit.at'), t('audit.actor'), t('audit.action'), t('audit.object'), t('audit.address')]}
-          rows={found} keyOf={({id}) => Number(id)} cells={(entry) => [
+          widths={{0: timeWidth()}} rows={found} keyOf={({id}) => Number(id)} cells={(entry) => [
             dateText(entry.at), entry.actor?.name ?? '–', actionText(entry), objectText(entry), entry.address,
           ]} />
       )}

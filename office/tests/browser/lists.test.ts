@@ -224,9 +224,9 @@ describe('the rows', () => {
     const inbox = (await page.locator('.inboxes a').nth(2).getAttribute('href'))!.slice('#/'.length);
     for (const width of [1280, 1024]) {
       await page.setViewportSize({width, height: 800});
-      for (const view of [inbox, 'bin', 'reports', 'storage']) {
+      for (const view of [inbox, 'bin', 'reports', 'storage', 'people']) {
         await world.show(page, view);
-        await page.locator('tbody tr[aria-rowindex] :is(.button, button, .fill)').first().waitFor();
+        await page.locator(view === 'people' ? '.audit [aria-rowindex]' : 'tbody tr[aria-rowindex] :is(.button, button, .fill)').first().waitFor();
         await world.picture(page, `${view.split('/')[0]}-${locale}-${width}`);
         const heights = await page.locator('tbody tr[aria-rowindex]').evaluateAll((rows) =>
           rows.map((each) => each.getBoundingClientRect().height));
