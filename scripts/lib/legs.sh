@@ -193,7 +193,7 @@ leg_office-load() {
 # The tests fail if the object store or PostgreSQL is not installed.
 leg_fleet() {
     configure check
-    build check tst_service_objects tst_service_chunks tst_service_store kelvo-service kelvo_postgresql kelvoctl kelvo-herd \
+    build check tst_service_objects tst_service_chunks tst_service_store kelvo-service kelvo-service-later kelvo_postgresql kelvoctl kelvo-herd \
         kelvo kelvo-console killpoint
     KELVO_DEMAND_GATEWAY=1 KELVO_DEMAND_POSTGRESQL=1 tests check --label-regex '^fleet$'
 }
@@ -201,8 +201,8 @@ leg_fleet() {
 # Keeps the drill's folder if an invariant is broken. All contents stay in memory, about 10 GB.
 leg_drills() {
     configure check
-    build check kelvo-service kelvo_postgresql kelvo-herd
-    /usr/bin/python3 -B tests/drills/drill --build build/check --kills "${KELVO_DRILL_ROUNDS:-1000}" --stops 50 --holds 100 \
+    build check kelvo-service kelvo-service-later kelvo_postgresql kelvo-herd
+    /usr/bin/python3 -B tests/drills/drill --build build/check --kills "${KELVO_DRILL_ROUNDS:-1000}" --stops 200 --holds 100 \
         --uploads-per-hour 30
 }
 

@@ -31,6 +31,8 @@ class Instance:
         self.process.kill()
         self.process.wait()
 
+    stop = kill
+
     @property
     def is_running(self):
         return self.process.poll() is None
@@ -58,7 +60,7 @@ class FaultsTest(unittest.TestCase):
 
     def play(self, name, uploads=(1, 2), links=()):
         """`uploads`: the acknowledged uploads after the fault, and a second later."""
-        played = faults.Faults(self.fleet, links, mock.Mock(**{"uploads.side_effect": uploads}), 0, 1)
+        played = faults.Faults(self.fleet, links, mock.Mock(**{"uploads.side_effect": uploads}), 0, 1, "later")
         with mock.patch.object(played, "pause"):
             return played.play(name)
 
@@ -118,6 +120,15 @@ class FaultsTest(unittest.TestCase):
         self.fleet.engines.sessions.return_value = 0
         with self.assertRaisesRegex(ServiceError, "no instance has a session"):
             self.play("kill_the_primary")
+
+    def test_an_upgrade_that_does_not_change_the_schema_fails(self):
+        self.fleet.engines.schema.side_effect = (24, 24)
+        with self.assertRaisesRegex(ServiceError, "has not changed the schema"):
+            self.play("upgrade_each_instance")
+
+    def test_every_second_upgrade_is_taken_back(self):
+        names = [name for name in faults.plan(1, 10, 8, 2) if name in (faults.UPGRADE, faults.RETURN)]
+        self.assertEqual(names, [faults.UPGRADE, faults.RETURN] * 2)
 
     def test_a_load_that_does_not_go_on_fails(self):
         with self.assertRaisesRegex(ServiceError, "clients store nothing"):

@@ -66,6 +66,14 @@ class Engines:
         """The stored contents with more bytes."""
         return self._number(f"SELECT count(*) FROM contents WHERE size_bytes > {size_bytes}", DATABASE)
 
+    def schema(self):
+        """The version of the schema, which the latest started version of the service wrote."""
+        return self._number("SELECT version FROM schema_version", DATABASE)
+
+    def change(self, statements):
+        """All statements, or none."""
+        self.primary.psql(statements, DATABASE)
+
     def _number(self, query, database="postgres"):
         return int(self.primary.psql(query, database).stdout)
 

@@ -9,14 +9,21 @@ from fleet import wait_until
 from kelvotour.service import ServiceError, total
 
 
+# As tests/drills/later/LaterSchema.cpp adds it.
+REMOVE_LATER_SCHEMA = """DROP INDEX files_by_soil; ALTER TABLE files DROP COLUMN soil;
+    UPDATE schema_version SET version = version - 1"""
+
+
 class Faults:
     """A fault that changes nothing fails the drill: each fault hits a part that clients or instances use, and then
-    looks for its effect. `hold_seconds`: how long an instance is frozen or without its database."""
+    looks for its effect. `hold_seconds`: how long an instance is frozen or without its database. `later`: a version of
+    the service whose schema has one step more."""
 
-    def __init__(self, fleet, links, herd, hold_seconds, seed):
+    def __init__(self, fleet, links, herd, hold_seconds, seed, later):
         self.fleet, self.engines = fleet, fleet.engines
         self._links, self._herd, self._hold_seconds = links, herd, hold_seconds
         self._random = random.Random(seed)
+        self._later = later
 
     def play(self, name):
         """Returns when all parts run again, and clients have stored a file since then. Returns what the fault hit."""
@@ -65,14 +72,20 @@ class Faults:
         [instance] = self._busy(1)
         return self._restart(instance)
 
-    def restart_each_instance(self):
-        """A rolling restart, as in an upgrade, but of the same version."""
-        hits = []
-        for instance in self.fleet.instances:
-            self._require_streams([instance])
-            hits.append(self._restart(instance))
-            self.fleet.wait_until_ready()
-        return ", ".join(hits)
+    def upgrade_each_instance(self):
+        """The first instance of the later version changes the schema while the other instances use it."""
+        before = self.engines.schema()
+        hits = self._replace_each(self._later)
+        demand(self.engines.schema() == before + 1, "the later version has not changed the schema")
+        return hits
+
+    def return_each_instance(self):
+        """The earlier version starts again on the later schema. Then the next upgrade has a schema to change."""
+        before = self.engines.schema()
+        hits = self._replace_each(self.fleet.binary)
+        demand(self.engines.schema() == before, "the earlier version has changed the schema")
+        self.engines.change(REMOVE_LATER_SCHEMA)
+        return hits
 
     def part_an_instance_from_the_database(self):
         parted = self.fleet.instances[-1]
@@ -110,6 +123,15 @@ class Faults:
             demand(victim.process.returncode == -signal.SIGKILL, f"{victim.data} has ended by itself")
             victim.start()
         return hit
+
+    def _replace_each(self, binary):
+        hits = []
+        for instance in self.fleet.instances:
+            self._require_streams([instance])
+            instance.binary = binary
+            hits.append(self._restart(instance))
+            self.fleet.wait_until_ready()
+        return ", ".join(hits)
 
     @staticmethod
     def _restart(instance):
@@ -160,15 +182,19 @@ def demand(is_so, problem):
         raise ServiceError(problem)
 
 
+UPGRADE, RETURN = "upgrade_each_instance", "return_each_instance"
 KILLS = ("kill_an_instance", "kill_two_instances", "kill_the_primary", "kill_the_object_gateway", "kill_the_proxy")
-STOPS = ("drain_an_instance", "restart_each_instance")
+STOPS = ("drain_an_instance", UPGRADE)
 HOLDS = ("part_an_instance_from_the_database", "freeze_an_instance")
 
 
 def plan(seed, kills, stops, holds):
-    """The names of the faults in their order. Each kind comes about equally often."""
+    """The names of the faults in their order. Each kind comes about equally often; every second upgrade is taken back."""
     chance = random.Random(seed)
     names = [kinds[number % len(kinds)] for kinds, count in ((KILLS, kills), (STOPS, stops), (HOLDS, holds))
              for number in range(count)]
     chance.shuffle(names)
+    upgrades = [place for place, name in enumerate(names) if name == UPGRADE]
+    for place in upgrades[1::2]:
+        names[place] = RETURN
     return names
