@@ -19,6 +19,7 @@ constexpr TErrorRow errorRows[] = {
     {EACCES, QT_TRANSLATE_NOOP("StoredSettings", "the console may not write them")},
     {EPERM, QT_TRANSLATE_NOOP("StoredSettings", "the console may not write them")},
     {ENOENT, QT_TRANSLATE_NOOP("StoredSettings", "their folder is missing")},
+    {ENOKEY, QT_TRANSLATE_NOOP("StoredSettings", "the password cannot be encrypted")},
 };
 
 // The C library has a text for each error, but on most consoles in English only.

@@ -367,6 +367,10 @@
         <translation>ihr Ordner fehlt</translation>
     </message>
     <message>
+        <source>the password cannot be encrypted</source>
+        <translation>das Passwort kann nicht verschlüsselt werden</translation>
+    </message>
+    <message>
         <source>error %1</source>
         <translation>Fehler %1</translation>
     </message>

@@ -367,6 +367,10 @@
         <translation>falta su carpeta</translation>
     </message>
     <message>
+        <source>the password cannot be encrypted</source>
+        <translation>no se puede cifrar la contraseña</translation>
+    </message>
+    <message>
         <source>error %1</source>
         <translation>error %1</translation>
     </message>

@@ -367,6 +367,10 @@
         <translation>leur dossier manque</translation>
     </message>
     <message>
+        <source>the password cannot be encrypted</source>
+        <translation>le mot de passe ne peut pas être chiffré</translation>
+    </message>
+    <message>
         <source>error %1</source>
         <translation>erreur %1</translation>
     </message>

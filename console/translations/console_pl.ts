@@ -368,6 +368,10 @@
         <translation>brakuje ich folderu</translation>
     </message>
     <message>
+        <source>the password cannot be encrypted</source>
+        <translation>nie można zaszyfrować hasła</translation>
+    </message>
+    <message>
         <source>error %1</source>
         <translation>błąd %1</translation>
     </message>

@@ -367,6 +367,10 @@
         <translation>a pasta delas não existe</translation>
     </message>
     <message>
+        <source>the password cannot be encrypted</source>
+        <translation>não é possível criptografar a senha</translation>
+    </message>
+    <message>
         <source>error %1</source>
         <translation>erro %1</translation>
     </message>

@@ -100,13 +100,17 @@ private Q_SLOTS:
     void saysAtTheLoginThatThePasswordCouldNotBeStored_data()
     {
         QTest::addColumn<QString>("path");
-        QTest::newRow("the items") << m_folder.filePath(QStringLiteral("console.json"));
-        QTest::newRow("the key") << m_folder.filePath(QStringLiteral("console.json.key"));
+        QTest::addColumn<QString>("reason");
+        QTest::newRow("the items") << m_folder.filePath(QStringLiteral("console.json"))
+                                   << QStringLiteral("error %1").arg(EISDIR);
+        QTest::newRow("the key") << m_folder.filePath(QStringLiteral("console.json.key"))
+                                 << QStringLiteral("the password cannot be encrypted");
     }
 
     void saysAtTheLoginThatThePasswordCouldNotBeStored()
     {
         QFETCH(QString, path);
+        QFETCH(QString, reason);
         Begin(ScreensPlugin_PATH);
         QVERIFY(WaitForScreens());
         ConfigManager::Instance().SetItem(passwordItem, QStringLiteral("first"), true);
@@ -123,6 +127,8 @@ private Q_SLOTS:
         QVERIFY(QDir().rmdir(path) && QFile::rename(aside, path));
         QVERIFY(m_session->Dialog() != nullptr && m_session->Dialog()->isVisible());
         QVERIFY2(m_session->Dialog()->Message().contains(QStringLiteral("the password")),
+                 qUtf8Printable(m_session->Dialog()->Message()));
+        QVERIFY2(m_session->Dialog()->Message().contains(reason),
                  qUtf8Printable(m_session->Dialog()->Message()));
         m_session->Dialog()->CloseWindow();
         Q_EMIT Hub()->KelvoLoggedIn(); // this login stores the password

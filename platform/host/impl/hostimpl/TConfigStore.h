@@ -49,7 +49,7 @@ public:
     // Writes the items again if the last attempt failed. Returns the errno of the failure, or 0 if
     // the file has all items but the sealed items. Blocks while the disk works.
     int Flush();
-    // The same for all items. EIO if only the sealing of an item fails.
+    // The same for all items. ENOKEY if only the sealing of an item fails.
     int FlushAll();
 
     QVariant GetItem(int itemKey) const override;

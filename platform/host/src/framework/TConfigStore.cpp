@@ -195,7 +195,7 @@ int TConfigStore::FlushAll()
     if (m_isUnsaved || m_fileError != 0) {
         WriteThrough();
     }
-    return m_fileError == 0 && m_isUnsaved ? EIO : m_fileError;
+    return m_fileError == 0 && m_isUnsaved ? ENOKEY : m_fileError;
 }
 
 // An item that cannot be sealed is left out; the other items are written.
