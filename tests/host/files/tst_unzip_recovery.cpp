@@ -72,6 +72,7 @@ private Q_SLOTS:
     void recoversFromEachState();
     void recoversBeforeTheNextArchive();
     void doesNotWaitForeverForAnotherProcess();
+    void refusesAnArchiveWhileAnotherProcessUnpacksThere();
     void waitsASecondForAllFoldersTogether();
     void acceptsAMissingFolder();
 };
@@ -125,6 +126,26 @@ void tst_UnzipRecovery::doesNotWaitForeverForAnotherProcess()
     }
     QVERIFY2(RecoverUnpacking(fixture.Destination(), errorText), qPrintable(errorText));
     QCOMPARE(fixture.Content(), contentBefore);
+}
+
+void tst_UnzipRecovery::refusesAnArchiveWhileAnotherProcessUnpacksThere()
+{
+    TUnzipFixture fixture;
+    QVERIFY(fixture.SetContent(contentBefore));
+    QVERIFY(fixture.SetArchive(TZipBuilder().AddFile("same", "new")));
+    TUnpackLimits limits;
+    limits.otherProcess = std::chrono::milliseconds(1);
+    {
+        const TDescriptor others(::open(QFile::encodeName(fixture.Destination()).constData(),
+                                        O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+        QCOMPARE(::flock(others.Get(), LOCK_EX), 0);
+        QVERIFY(!fixture.Unzip(limits));
+        QVERIFY2(fixture.ErrorText().contains(QStringLiteral("Another program is unpacking")),
+                 qPrintable(fixture.ErrorText()));
+        QCOMPARE(fixture.Content(), contentBefore);
+    }
+    QVERIFY2(fixture.Unzip(limits), qPrintable(fixture.ErrorText()));
+    QCOMPARE(fixture.Content(), contentAfter);
 }
 
 // The main thread waits for the recovery. One second for each folder would add up to a minute here.

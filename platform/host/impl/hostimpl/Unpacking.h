@@ -6,6 +6,7 @@
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 
@@ -23,6 +24,9 @@ struct TUnpackLimits
     std::int64_t nameBytes = 255;  // a file's or a folder's own name, in UTF-8
     std::int64_t pathBytes = 1024; // the whole path inside the archive, in UTF-8
     std::int64_t depth = 64;       // nested folders
+    // How long another process may unpack into the same folder before this one gives up. The
+    // largest archive takes less.
+    std::chrono::milliseconds otherProcess = std::chrono::minutes(10);
 };
 
 // TFileSystemHelper::Unzip with other limits. If the disk fails twice, the new folder may be in its

@@ -44,8 +44,7 @@ TDescriptor LockFolder(const QString& path, const QDeadlineTimer& deadline)
 {
     TDescriptor folder(
         ::open(QFile::encodeName(path).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    const bool waits = deadline.isForever();
-    while (folder.IsValid() && ::flock(folder.Get(), waits ? LOCK_EX : LOCK_EX | LOCK_NB) != 0) {
+    while (folder.IsValid() && ::flock(folder.Get(), LOCK_EX | LOCK_NB) != 0) {
         const int error = errno;
         if (error == EWOULDBLOCK && !deadline.hasExpired()) {
             // The last attempt is at the deadline, not after it.
@@ -57,6 +56,14 @@ TDescriptor LockFolder(const QString& path, const QDeadlineTimer& deadline)
         }
     }
     return folder;
+}
+
+QString NotLocked(const QString& path, int error)
+{
+    return error == EWOULDBLOCK
+               ? QStringLiteral("Another program is unpacking into the folder %1.").arg(path)
+               : QStringLiteral("The folder %1 cannot be opened: %2.")
+                     .arg(path, SystemError(error));
 }
 
 // Whether an error of OpenFolder() means that the path has no folder. After another error, such as
@@ -199,8 +206,7 @@ bool Recover(const QString& destinationFolder, const QDeadlineTimer& deadline, Q
         if (errno == ENOENT) {
             return true;
         }
-        errorText = QStringLiteral("The folder %1 cannot be opened: %2.")
-                        .arg(destinationFolder, SystemError(errno));
+        errorText = NotLocked(destinationFolder, errno);
         return false;
     }
     return CleanUp(destinationFolder, destination.Get(), errorText);
@@ -235,10 +241,9 @@ bool hostimpl::Unzip(const QString& archive, const QString& destinationFolder,
         return false;
     }
     const TDescriptor destination =
-        LockFolder(destinationFolder, QDeadlineTimer(QDeadlineTimer::Forever));
+        LockFolder(destinationFolder, QDeadlineTimer(limits.otherProcess));
     if (!destination.IsValid()) {
-        errorText = QStringLiteral("The folder %1 cannot be opened: %2.")
-                        .arg(destinationFolder, SystemError(errno));
+        errorText = NotLocked(destinationFolder, errno);
         return false;
     }
     if (!CleanUp(destinationFolder, destination.Get(), errorText)) {
