@@ -122,6 +122,43 @@ TEST_F(StaleParts, KeepsPartFilesWhileTheClockIsWrong)
     }
 }
 
+TEST_F(StaleParts, LimitsTheNumberOfPartFilesWhileTheClockIsWrong)
+{
+    BeginAndStop();
+    const auto name = [](int number) { return std::to_string(number) + ".zip.part"; };
+    for (int number = 0; number < 100; ++number) {
+        folder.Write(name(number), "part");
+        std::filesystem::copy(folder.Path("here.zip.part.journal"),
+                              folder.Path(name(number) + ".journal"));
+        folder.Date(name(number), test::NextMonthS() + number);
+        folder.Date(name(number) + ".journal", 3600);
+    }
+    folder.Write("mine.part", "the operator's");
+    folder.Date("mine.part", 3600);
+    folder.Date("here.zip.part", test::NextMonthS() + 100);
+    FetchAnother([] { return std::int64_t{3600}; });
+    EXPECT_FALSE(folder.Has(name(0)));
+    EXPECT_FALSE(folder.Has(name(0) + ".journal"));
+    EXPECT_TRUE(folder.Has(name(1)));
+    EXPECT_TRUE(folder.Has("mine.part"));
+    EXPECT_EQ(folder.EntryCount(), 100u * 2 + 2) << "100 pairs, other.zip and mine.part";
+    EXPECT_TRUE(folder.Has("here.zip.part"));
+}
+
+TEST_F(StaleParts, LimitsTheNumberOfPartFilesWithoutAJournal)
+{
+    const std::string left = LeaveSmallPart("small.zip");
+    folder.Date(left, test::NextMonthS());
+    for (int number = 0; number < 100; ++number) {
+        const std::string other = LeaveSmallPart(std::to_string(number) + ".zip");
+        folder.Date(other, test::NextMonthS() + 1 + number);
+    }
+    EXPECT_EQ(folder.EntryCount(), 101u);
+    FetchAnother([] { return std::int64_t{3600}; });
+    EXPECT_FALSE(folder.Has(left));
+    EXPECT_EQ(folder.EntryCount(), 101u) << "100 part files and other.zip";
+}
+
 TEST_F(StaleParts, KeepsPartFilesForAWeek)
 {
     BeginAndStop();

@@ -3,7 +3,9 @@
 #include "support/UploadJournalFixture.h"
 #include "transfer/JournalFile.h"
 
+#include <fcntl.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -178,6 +180,40 @@ TEST_F(UploadJournalTest, RemovesStaleJournalsWhenTheClockIsRightAgain)
     EXPECT_TRUE(folder.Has(stale)) << "the clock was wrong";
     EXPECT_TRUE(SendBy(process, path, {inbox}));
     EXPECT_FALSE(folder.Has(stale));
+}
+
+// The journal of the upload itself has the oldest date here.
+TEST_F(UploadJournalTest, LimitsTheNumberOfJournalsWhileTheClockIsWrong)
+{
+    wallTimeS = [] { return std::int64_t{3600}; };
+    state.Write("file", "");
+    for (const std::string& journals : {state.Path("own"), state.Path("file/own")}) {
+        SCOPED_TRACE(journals);
+        const bool isBeside = journals != state.Path("own");
+        const std::filesystem::path place =
+            isBeside ? folder.Path() : std::filesystem::path(journals);
+        std::filesystem::create_directory(place);
+        const auto name = [isBeside](int number) {
+            const std::string digits = std::to_string(number);
+            return (isBeside ? "." : "") + std::string(64 - digits.size(), '0') + digits +
+                   ".upload";
+        };
+        for (int number = 0; number <= 1000; ++number) {
+            const std::string other = place / name(number);
+            ASSERT_TRUE(WriteJournal(other, "{}", ESync::eNo));
+            const timespec later = {test::NextMonthS() + number, 0};
+            const timespec times[] = {later, later};
+            ASSERT_EQ(::utimensat(AT_FDCWD, other.c_str(), times, 0), 0);
+        }
+        Uploads process{api, timing, journals, wallTimeS};
+        EXPECT_TRUE(SendBy(process, path, {inbox}));
+        EXPECT_FALSE(std::filesystem::exists(place / name(0)));
+        EXPECT_TRUE(std::filesystem::exists(place / name(1)));
+        Uploads next{api, timing, journals, wallTimeS};
+        const std::size_t before = service.FileIds(inbox).size();
+        EXPECT_TRUE(SendBy(next, path, {inbox}));
+        EXPECT_EQ(service.FileIds(inbox).size(), before) << "the upload's own journal stays";
+    }
 }
 
 // An earlier version of the library named the journal also after the service's address.

@@ -122,6 +122,7 @@ Failure PartFile::Create(const PartOrigin& origin)
 {
     // Removes an older part file first: open must not follow a link of this name.
     Remove();
+    RemoveOldestPartFiles(FolderOf(m_finalPath));
     // Before the part file: a part file without a journal would never be removed.
     m_hasJournal = !origin.account.empty() && origin.sizeBytes >= kWorthKeepingBytes &&
                    WriteJournal(m_paths.journal, ToPartJournal(origin));

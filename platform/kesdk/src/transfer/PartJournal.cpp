@@ -9,7 +9,11 @@
 
 #include <unistd.h>
 
+#include <algorithm>
+#include <map>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 namespace kesdk::impl {
 
@@ -17,6 +21,7 @@ namespace {
 
 constexpr std::string_view kPartSuffix = ".part";
 constexpr std::string_view kJournalSuffix = ".part.journal";
+constexpr std::size_t kMostPartFiles = 100;   // with a journal, and as many without
 constexpr std::size_t kLooseDigestBytes = 16; // in hexadecimal
 // The suffix of a part file without a journal is longer than the suffix of a new journal.
 constexpr std::size_t kLongestSuffixBytes = 1 + kLooseDigestBytes + kPartSuffix.size();
@@ -34,6 +39,31 @@ bool IsLoosePart(std::string_view fileName)
         return false;
     const std::size_t nameBytes = start.size() - 1 - kLooseDigestBytes;
     return start.substr(nameBytes) == LooseDigestOf(start.substr(0, nameBytes));
+}
+
+// Empty if the path has no name before the journal's suffix.
+std::string PartOf(std::string_view journal)
+{
+    const std::string_view name = Without(journal, kJournalSuffix);
+    return name.empty() ? std::string() : std::string(name) + std::string(kPartSuffix);
+}
+
+std::vector<std::string> JournalsIn(const std::string& folder)
+{
+    const auto isMeant = [](std::string_view name) { return IsJournalName(name, kJournalSuffix); };
+    std::vector<std::string> journals = FilesIn(folder, isMeant);
+    const auto isOthers = [](const std::string& path) { return !IsJournalOrTorn(path); };
+    journals.erase(std::remove_if(journals.begin(), journals.end(), isOthers), journals.end());
+    return journals;
+}
+
+void RemoveWithPart(const std::string& journal)
+{
+    // Only the part file beside a complete journal is certainly ours.
+    const std::string part = PartOf(journal);
+    if (!part.empty() && ReadJournal(journal))
+        ::unlink(part.c_str());
+    RemoveJournal(journal);
 }
 
 } // namespace
@@ -64,23 +94,32 @@ void RemoveStalePartFiles(const std::string& folder, std::int64_t nowS)
 {
     for (const std::string& path : StaleFiles(folder, &IsLoosePart, nowS))
         ::unlink(path.c_str());
-    const auto isMeant = [](std::string_view name) { return IsJournalName(name, kJournalSuffix); };
-    for (const std::string& path : FilesIn(folder, isMeant)) {
-        if (!IsJournalOrTorn(path))
-            continue;
-        const std::string name(Without(path, kJournalSuffix));
-        const std::string part = name.empty() ? name : name + std::string(kPartSuffix);
+    for (const std::string& path : JournalsIn(folder)) {
+        const std::string part = PartOf(path);
         const bool isOld = RepairDateAndCheckAge(path, nowS);
         // Evaluated always: RepairDateAndCheckAge repairs impossible dates.
         const bool hasYoungPart = !part.empty() && ::access(part.c_str(), F_OK) == 0 &&
                                   !RepairDateAndCheckAge(part, nowS);
-        if (!isOld || hasYoungPart)
-            continue;
-        // Only the part file beside a complete journal is certainly ours.
-        if (!part.empty() && ReadJournal(path))
-            ::unlink(part.c_str());
-        RemoveJournal(path);
+        if (isOld && !hasYoungPart)
+            RemoveWithPart(path);
     }
+}
+
+void RemoveOldestPartFiles(const std::string& folder)
+{
+    for (const std::string& path : AllButNewest(FilesIn(folder, &IsLoosePart), kMostPartFiles))
+        ::unlink(path.c_str());
+    // A part file is dated later than its journal.
+    std::map<std::string, std::string> journals;
+    std::vector<std::string> newest;
+    for (const std::string& journal : JournalsIn(folder)) {
+        const std::string part = PartOf(journal);
+        const bool hasPart = !part.empty() && ::access(part.c_str(), F_OK) == 0;
+        newest.push_back(hasPart ? part : journal);
+        journals[newest.back()] = journal;
+    }
+    for (const std::string& path : AllButNewest(std::move(newest), kMostPartFiles))
+        RemoveWithPart(journals[path]);
 }
 
 } // namespace kesdk::impl

@@ -33,5 +33,8 @@ std::string ToPartJournal(const PartOrigin& origin);
 // Removes part files and their journals that are older than a week. The later date of the two
 // counts. Removes no other files. The clock must be right.
 void RemoveStalePartFiles(const std::string& folder, std::int64_t nowS);
+// Keeps the 100 newest part files with a journal, and the 100 newest without. While the clock is
+// wrong, no part file is removed by its age.
+void RemoveOldestPartFiles(const std::string& folder);
 
 } // namespace kesdk::impl

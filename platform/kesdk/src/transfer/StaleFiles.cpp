@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <utility>
 
 namespace kesdk::impl {
 
@@ -22,6 +23,15 @@ struct CloseFolder
 {
     void operator()(DIR* folder) const { ::closedir(folder); }
 };
+
+std::int64_t DateNs(const std::string& path)
+{
+    constexpr std::int64_t kNsInS = 1'000'000'000;
+    struct stat status = {};
+    return ::lstat(path.c_str(), &status) == 0
+               ? status.st_mtim.tv_sec * kNsInS + status.st_mtim.tv_nsec
+               : 0;
+}
 
 } // namespace
 
@@ -69,6 +79,23 @@ std::vector<std::string> StaleFiles(const std::string& folder,
         return !RepairDateAndCheckAge(path, nowS, longestAgeS);
     };
     files.erase(std::remove_if(files.begin(), files.end(), isYoung), files.end());
+    return files;
+}
+
+std::vector<std::string> AllButNewest(std::vector<std::string> files, std::size_t most)
+{
+    if (files.size() <= most)
+        return {};
+    std::vector<std::pair<std::int64_t, std::string>> byDate;
+    for (std::string& path : files) {
+        const std::int64_t date = DateNs(path);
+        byDate.emplace_back(date, std::move(path));
+    }
+    std::sort(byDate.begin(), byDate.end());
+    byDate.resize(byDate.size() - most);
+    files.clear();
+    for (auto& [date, path] : byDate)
+        files.push_back(std::move(path));
     return files;
 }
 

@@ -3,6 +3,7 @@
 
 #include "base/Clock.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <set>
@@ -32,6 +33,9 @@ bool RepairDateAndCheckAge(const std::string& path, std::int64_t nowS,
 std::vector<std::string> StaleFiles(const std::string& folder,
                                     const std::function<bool(std::string_view)>& isMeant,
                                     std::int64_t nowS, std::int64_t longestAgeS = kLongestAgeS);
+
+// All files but the `most` newest ones. A file without a date counts as the oldest.
+std::vector<std::string> AllButNewest(std::vector<std::string> files, std::size_t most);
 
 // Whether the folder is to be searched for stale files now: once in a run, while the clock is
 // right. Adds the folder to `searched`.

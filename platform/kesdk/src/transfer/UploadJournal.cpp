@@ -23,6 +23,7 @@ namespace {
 using nlohmann::json;
 
 constexpr std::string_view kSuffix = ".upload";
+constexpr std::size_t kMostJournals = 1000; // in a folder, beside the journal of the running upload
 
 json ToJson(const UploadOrigin& origin)
 {
@@ -67,6 +68,20 @@ bool IsBesideName(std::string_view name)
     return name.size() >= kLeastBytes && name.front() == '.' && IsJournalName(name, kSuffix);
 }
 
+// Removes the oldest journals in the folder of the journal `kept`.
+void RemoveOldest(const std::string& kept)
+{
+    const bool isBeside = IsBesideName(NameOf(kept));
+    const auto isOther = [&](std::string_view name) {
+        return name != NameOf(kept) &&
+               (isBeside ? IsBesideName(name) : IsJournalName(name, kSuffix));
+    };
+    for (const std::string& path : AllButNewest(FilesIn(FolderOf(kept), isOther), kMostJournals)) {
+        if (!isBeside || IsJournalOrTorn(path))
+            RemoveJournal(path);
+    }
+}
+
 } // namespace
 
 UploadJournal::UploadJournal(std::string folder, WallClock wallTimeS)
@@ -104,10 +119,12 @@ void UploadJournal::Keep(const UploadOrigin& origin, const std::string& key)
     const std::string text = ToJournalText({{"origin", ToJson(origin)}, {"key", key}});
     bool isOnDisk = false;
     for (const std::string& place : places) {
-        if (!isOnDisk && !place.empty() && WriteJournal(place, text))
+        if (!isOnDisk && !place.empty() && WriteJournal(place, text)) {
             isOnDisk = true;
-        else
+            RemoveOldest(place);
+        } else {
             RemoveJournal(place); // the journal of an earlier upload must not outlive this one
+        }
     }
     if (!isOnDisk)
         m_known[places.back()] = {origin, key, 0};

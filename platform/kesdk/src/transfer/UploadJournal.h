@@ -28,7 +28,8 @@ struct UploadOrigin
 
 // One small file for each upload, in a folder of the library. If that folder cannot be written, the
 // journal is a hidden file beside the sent file. If that fails too, the key is remembered until the
-// object ends. A journal that is older than a week is removed.
+// object ends. A journal that is older than a week is removed. While the clock is wrong the ages
+// are unknown: a folder keeps the 1,000 newest journals and the journal of the running upload.
 //
 // The journal of a finished upload stays until the sent file is gone. So a console that is killed
 // before it removes the file does not send it again. Only an upload checks for removed files, and
