@@ -12,8 +12,10 @@ public:
     void OnHubEvent(const THubEvent& event);
 
     // Whether an upload, download or deletion runs.
-    bool IsRunning() const { return !m_names.isEmpty(); }
-    // From 1 to Count(); 0 before the first file.
+    bool IsRunning() const { return m_isRunning; }
+    // The place of the last file that the operation has come to, from 1; 0 before the first file.
+    // Stays after the end. A file that is gone from the service counts only from the next file or
+    // the end, because the worker reports it there.
     int Current() const { return m_current; }
     int Count() const { return m_names.size(); }
     // The place of a file in the operation, from 1; 0 if it is not a file of the operation.
@@ -23,8 +25,12 @@ public:
     void NoteCancel() { m_isCancelled = true; }
 
 private:
+    // A name that is not one of the next files changes nothing.
+    void Reach(const QString& name);
+
     int m_current = 0;
-    QStringList m_names; // of the requested files; empty: none runs
+    QStringList m_names; // of the files that were requested last
+    bool m_isRunning = false;
     bool m_isCancelled = false;
 };
 

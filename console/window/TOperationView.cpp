@@ -47,6 +47,7 @@ TOperationView::~TOperationView()
 
 void TOperationView::OnHubEvent(const THubEvent& event)
 {
+    m_files.OnHubEvent(event);
     for (const TSignalRow& row : signalRows) {
         if (row.signal != event.signal) {
             continue;
@@ -58,7 +59,6 @@ void TOperationView::OnHubEvent(const THubEvent& event)
             m_result = row.isEnd ? ResultState(m_files, withoutSpace) : std::nullopt;
         }
     }
-    m_files.OnHubEvent(event); // forgets the operation at its end
 }
 
 // An operation that was cancelled before its last file has no outcome.

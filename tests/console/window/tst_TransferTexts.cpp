@@ -45,9 +45,8 @@ private:
         }
         files.OnHubEvent(event);
         event.signal = EHubSignal::eDownloadingFile;
-        for (int i = 0; i < 3; ++i) {
-            files.OnHubEvent(event);
-        }
+        event.fileName = QStringLiteral("2");
+        files.OnHubEvent(event);
         return files;
     }
 

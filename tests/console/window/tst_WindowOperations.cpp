@@ -303,6 +303,23 @@ private Q_SLOTS:
         }
     }
 
+    // The worker tells no progress of a file that is gone from the service, only the error.
+    void countsAFileThatIsGoneFromTheService()
+    {
+        Begin(ScreensPlugin_PATH);
+        QVERIFY(WaitForScreens());
+        for (const int gone : {0, 1}) {
+            TOperationDialog dialog;
+            Hub()->OnDownloadFromKelvoRequested(EKelvoProjects(0), names);
+            dialog.EnableButton(TMessageDialog::eButton0, false);
+            Q_EMIT Hub()->KelvoDownloadingFile(0, names.at(1 - gone));
+            PressCancel(dialog); // after the worker has looked
+            Hub()->OnKelvoDownloadComplete(0, {{names.at(gone), QString()}});
+            dialog.EnableButton(TMessageDialog::eButton0, true);
+            QVERIFY(!IsTransferShown(dialog)); // the operation has come to all files
+        }
+    }
+
     // The worker stops before the next file.
     void showsWhereALogoutEndedAnOperation()
     {
