@@ -22,7 +22,7 @@ private Q_SLOTS:
     void selectsOnlyTheFoundNames();
     void leavesOutSelectedNamesThatAreNotShown();
     void tellsHiddenSelectedNamesWhileTheOperatorTypes();
-    void aQuestionTellsHiddenSelectedNames();
+    void aQuestionOfThePageTellsHiddenSelectedNames();
     void theEntryFieldShowsTheFocus();
     void theSearchHoldsWhenTheListIsFilledAgain();
     void keepsHiddenSelectedNamesWhenTheListIsFilledAgain_data();
@@ -122,26 +122,34 @@ void tst_ListSearch::tellsHiddenSelectedNamesWhileTheOperatorTypes()
     QVERIFY(!label->isVisible());
 }
 
-void tst_ListSearch::aQuestionTellsHiddenSelectedNames()
+void tst_ListSearch::aQuestionOfThePageTellsHiddenSelectedNames()
 {
+    QWidget display;
     THead names(fields);
+    names.window.setParent(&display); // a page
+    names.window.show();
+    display.show();
     const QString question = QStringLiteral("Delete?");
     TMessageDialog dialog(&names.window, QString(), question, TMessageDialog::eQuestion, false,
                           QPixmap());
-    const auto text = [&dialog] {
-        dialog.ShowWindow(true);
-        const QString shown = dialog.findChild<TMessageText*>()->toPlainText();
-        dialog.CloseWindow();
+    TMessageDialog ofTheDisplay(&display, QString(), question, TMessageDialog::eQuestion, false,
+                                QPixmap());
+    const auto textOf = [](TMessageDialog& each) {
+        each.ShowWindow(true);
+        const QString shown = each.findChild<TMessageText*>()->toPlainText();
+        each.CloseWindow();
         return shown;
     };
     names.Click(0);
     names.Click(1);
-    QCOMPARE(text(), question);
+    QCOMPARE(textOf(dialog), question);
     names.Search(QStringLiteral("north"));
-    QCOMPARE(text(), question + QStringLiteral("\nLeft out, because the search hides them: 1"));
+    QCOMPARE(textOf(dialog),
+             question + QStringLiteral("\nLeft out, because the search hides them: 1"));
+    QCOMPARE(textOf(ofTheDisplay), question);
     QCOMPARE(dialog.Message(), question);
     QVERIFY(names.list.OnBackPressed());
-    QCOMPARE(text(), question);
+    QCOMPARE(textOf(dialog), question);
 }
 
 void tst_ListSearch::theEntryFieldShowsTheFocus()

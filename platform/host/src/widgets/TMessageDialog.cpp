@@ -75,12 +75,14 @@ public:
     QPixmap pixmap;
     std::array<TPushButton*, BUTTON_COUNT> buttons{};
 
-    // A question is about the selected names that the operator sees.
+    // A question of a page with a list is about the selected names that the operator sees. The
+    // window asks about other things.
     void TakeHiddenNames()
     {
-        const QWidget* const around = m_dialog.parentWidget();
-        if (type == eQuestion && around != nullptr) {
-            m_note = HiddenNamesNote(*around->window());
+        const hostimpl::TPopupLayer* const layer = hostimpl::TPopupLayer::Of(m_dialog);
+        const QWidget* const asker = layer == nullptr ? m_dialog.parentWidget() : layer->Owner();
+        if (type == eQuestion && asker != nullptr) {
+            m_note = asker->isWindow() ? QString() : HiddenNamesNote(*asker);
             ShowMessage();
         }
     }

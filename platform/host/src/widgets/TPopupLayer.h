@@ -36,6 +36,8 @@ public:
     static const QList<TPopupLayer*>& All();
 
     TPopupWindow* Popup() const { return m_popup; }
+    // The popup's parent outside of the layer; may be null.
+    const QWidget* Owner() const { return m_owner; }
     QWidget& Area() const { return *parentWidget(); }
     bool IsModal() const { return m_isModal; }
     // True if `widget` lies under this layer, which is visible and modal.
