@@ -27,6 +27,8 @@ private Q_SLOTS:
     void aTouchHidesTheBand();
     void theBandHidesWhenItsRowScrollsAway();
     void showsTheFullNameWithoutBlanks();
+    void showsTheFullNameInALowList();
+    void aNameWithoutPlaceLosesItsMiddle();
     void fullNameIsPlainText();
 };
 
@@ -143,6 +145,35 @@ void tst_LongNames::showsTheFullNameWithoutBlanks()
     QVERIFY(names.Band().height() >= names.Band().heightForWidth(names.Band().width()));
     QVERIFY(hasInk(QRect(0, image.height() - 20, image.width(), 20)));
     QVERIFY(!hasInk(QRect(image.width() - 10, 0, 10, image.height())));
+}
+
+// The list of a display of 800x480 with large texts is as low.
+void tst_LongNames::showsTheFullNameInALowList()
+{
+    TNames names({QStringLiteral("short"), longName});
+    hostimpl::SetTextSize(0.19, 1.3);
+    names.list.resize(400, 216);
+    names.list.setCurrentRow(1);
+    const TNameBand& band = names.Band();
+    hostimpl::SetTextSize(0.19, 1.0);
+    QVERIFY(band.isVisible());
+    QCOMPARE(band.ShownText(), longName);
+    QVERIFY(band.height() >= band.heightForWidth(band.width()));
+    QVERIFY(names.list.rect().contains(band.geometry()));
+}
+
+void tst_LongNames::aNameWithoutPlaceLosesItsMiddle()
+{
+    TNames names({QString(125, QLatin1Char('m')) + QString(125, QLatin1Char('n'))});
+    names.list.resize(300, 150);
+    names.list.setCurrentRow(0);
+    const TNameBand& band = names.Band();
+    QVERIFY(band.isVisible());
+    QVERIFY(band.height() >= band.heightForWidth(band.width()));
+    QVERIFY(names.list.rect().contains(band.geometry()));
+    QVERIFY(band.ShownText().startsWith(QStringLiteral("mmmm")));
+    QVERIFY(band.ShownText().endsWith(QStringLiteral("nnnn")));
+    QVERIFY(band.ShownText().contains(QChar(0x2026)));
 }
 
 void tst_LongNames::fullNameIsPlainText()

@@ -321,13 +321,15 @@ bool TListWidget::TParts::StopWheel()
 }
 
 // ---- The band lies over the rows. The rows must not move: during a touch another row would come
-// under the finger. If possible, the band leaves the current row free.
+// under the finger. If possible, the band leaves the current row free. In a low list, the band of a
+// long name covers all rows, and the head too.
 
 void TListWidget::TParts::PlaceBand()
 {
     const QRect view = m_list.viewport()->geometry(); // without the scroll bar
     const QRect row = m_list.visualRect(m_list.currentIndex()).translated(view.topLeft());
-    const int height = std::min(m_band.heightForWidth(view.width()), view.height() * 2 / 3);
+    m_band.FitInto({view.width(), view.bottom() + 1 - m_list.contentsRect().top()});
+    const int height = m_band.heightForWidth(view.width());
     QRect place(view.left(), view.bottom() + 1 - height, view.width(), height);
     if (place.intersects(row) && row.top() - view.top() >= height) {
         place.moveTop(view.top());

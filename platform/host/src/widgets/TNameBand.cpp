@@ -27,8 +27,24 @@ TNameBand::~TNameBand() = default;
 
 void TNameBand::SetName(const QString& name)
 {
+    m_name = name;
     m_text.setDefaultFont(hostimpl::ThemeFont(hostimpl::EFont::eCaption));
     m_text.setPlainText(name);
+    update();
+}
+
+void TNameBand::FitInto(const QSize& most)
+{
+    constexpr int STEP = 4; // letters
+    const auto fits = [this, &most](const QFont& font) {
+        m_text.setDefaultFont(font);
+        return heightForWidth(most.width()) <= most.height();
+    };
+    m_text.setPlainText(m_name);
+    const QFont font = hostimpl::NarrowFont(hostimpl::ThemeFont(hostimpl::EFont::eCaption), fits);
+    for (int left = m_name.size() - STEP; !fits(font) && left > 0; left -= STEP) {
+        m_text.setPlainText(m_name.left(left / 2) + QChar(0x2026) + m_name.right(left / 2));
+    }
     update();
 }
 
