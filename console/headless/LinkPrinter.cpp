@@ -56,6 +56,9 @@ QByteArray LinkLine(const kesdkimpl::LinkStatus& status)
     if (status.lastContact) {
         object[QStringLiteral("lastContact")] = static_cast<qint64>(status.lastContact->wallS);
     }
+    if (status.isClockOff) {
+        object[QStringLiteral("clockOff")] = true;
+    }
     if (status.transfer) {
         object[QStringLiteral("transfer")] = Describe(*status.transfer);
     }

@@ -135,13 +135,16 @@ QString ProblemText(EProblem problem)
 
 // Without a session and without a failed login, the SDK has tried nothing, so the problem is old.
 // After a failed login, the SDK tries nothing more, so only the time of the problem is known.
+// During a session a wrong clock is shown too, because the service may refuse the positions.
 TStatusWords LinkWords(const LinkStatus& status)
 {
     const bool isTried =
         status.session == ESession::eLoggedIn || status.session == ESession::eLoginFailed;
     if (!isTried || status.problem == EProblem::eNone) {
         const TRow& row = Row(sessionRows, status.session);
-        return {QString::fromLatin1(row.iconName), Translate(row.text)};
+        const bool isOff = status.isClockOff && status.session == ESession::eLoggedIn;
+        return {QString::fromLatin1(row.iconName),
+                isOff ? ProblemText(EProblem::eClockWrong) : Translate(row.text)};
     }
     QString text = ProblemText(status.problem);
     if (status.offlineSince && status.problem != EProblem::eClockWrong) {

@@ -104,6 +104,16 @@ class LinkStateTest(FarmCase):
     def test_shows_that_the_clock_is_wrong(self):
         self.refused("clock wrong", prefix=wrong_clock(self))
 
+    # The service refuses positions and reports of more than a day ahead.
+    def test_shows_that_the_clock_is_days_ahead(self):
+        for ahead_days, is_off in ((8, True), (0.5, False)):
+            console = self.logged_in(data=self.folder / f"ahead-{ahead_days}",
+                                     prefix=wrong_clock(self, int(ahead_days * 24 * 3600)))
+            status = self.look(console)
+            self.assertEqual((status["session"], status["problem"], status.get("clockOff", False)),
+                             ("logged in", "none", is_off))
+            console.close()
+
     def test_a_service_that_is_not_trusted(self):
         self.refused("not trusted", ca="/etc/hostname")  # readable, and no certificate
 

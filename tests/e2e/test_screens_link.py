@@ -22,7 +22,7 @@ GUIDE = Path(__file__).resolve().parents[2] / "docs/pictures"
 
 class ScreensLinkTest(ScreensCase):
     # The pictures show them.
-    names = iter(("olga", "pieter", "marta", "jan", "ines", "lena", "oskar", "tomas", "karin", "eva", "anna", "hanna"))
+    names = iter(("olga", "pieter", "marta", "jan", "ines", "lena", "oskar", "tomas", "karin", "eva", "anna", "hanna", "paul"))
 
     def setUp(self):
         super().setUp()
@@ -186,6 +186,17 @@ class ScreensLinkTest(ScreensCase):
         self.assertFalse(self.has_banner(window))
         window.press("Login")
         self.until_bar(window, "Connected")
+
+    def test_shows_that_the_clock_is_days_ahead_in_a_session(self):
+        self.make_inboxes()
+        wrong = self.folder / "ahead"
+        wrong.touch()
+        window = self.open_window(prefix=wrong_clock(self, 8 * 24 * 3600, until_removed=wrong))
+        self.give_credentials(window)
+        window.press("Login")
+        self.until_bar(window, "Clock is wrong", guide="at once")
+        wrong.unlink()
+        self.until_bar(window, "Connected", guide="at once")
 
     # The service's certificate begins an hour before it was made.
     def test_shows_that_the_clock_is_a_few_hours_behind(self):

@@ -38,6 +38,19 @@ private Q_SLOTS:
         TTestCase::cleanup();
     }
 
+    void tellsAWrongClockWhileTheServiceAnswers()
+    {
+        kesdkimpl::LinkStatus status;
+        status.isClockOff = true;
+        status.session = ESession::eLoggedIn;
+        QCOMPARE(console::LinkWords(status).text, QStringLiteral("Clock is wrong"));
+        status.session = ESession::eLoggedOut;
+        QCOMPARE(console::LinkWords(status).text, QStringLiteral("Logged out"));
+        status = Offline(ESession::eLoggedIn, EProblem::eNoNetwork);
+        status.isClockOff = true;
+        QVERIFY(console::LinkWords(status).text.startsWith(QStringLiteral("No network")));
+    }
+
     void namesEachSession_data()
     {
         QTest::addColumn<int>("session");

@@ -235,14 +235,17 @@ TEST(ServiceTimes, ConfirmsOnlyARightClock)
     std::chrono::milliseconds asleep{0};
     ServiceTime time({[&] { return wallS; }, [&] { return now; }, [&] { return asleep; }, {}});
     EXPECT_EQ(time.ConfirmedWallTimeS(), -1) << "the service has told nothing yet";
+    EXPECT_FALSE(time.IsConsoleOff());
     time.Note(rightS);
     EXPECT_EQ(time.ConfirmedWallTimeS(), -1);
+    EXPECT_TRUE(time.IsConsoleOff());
     wallS = rightS - 8 * kDayS;
     EXPECT_EQ(time.ConfirmedWallTimeS(), -1);
     now += std::chrono::hours(40);
     asleep += std::chrono::hours(8);
     wallS = rightS + 2 * kDayS;
     EXPECT_EQ(time.ConfirmedWallTimeS(), wallS) << "two days have passed";
+    EXPECT_FALSE(time.IsConsoleOff());
 }
 
 } // namespace kesdk::impl

@@ -71,6 +71,9 @@ struct LinkStatus
     // The time of the last event or heartbeat. The file lists were current then.
     std::optional<Moment> listsCurrentAt;
     std::optional<TransferStatus> transfer;
+    // By the time that the service has told, the console's clock is more than a day off. The
+    // service answers, but it refuses positions and reports whose times are more than a day ahead.
+    bool isClockOff = false;
 };
 
 // The status of the connection that was created last. Thread safety: safe. Copies the status and

@@ -38,18 +38,22 @@ std::weak_ptr<LinkBoard>& Published()
 
 } // namespace
 
-LinkBoard::LinkBoard(std::unique_ptr<Clock> clock, WallTime wallTime, Asleep asleep)
-    : m_clock(std::move(clock)), m_wallTime(std::move(wallTime)), m_asleep(std::move(asleep))
+LinkBoard::LinkBoard(std::unique_ptr<Clock> clock, WallTime wallTime, Asleep asleep,
+                     IsClockOff isClockOff)
+    : m_clock(std::move(clock)),
+      m_wallTime(std::move(wallTime)),
+      m_asleep(std::move(asleep)),
+      m_isClockOff(std::move(isClockOff))
 {}
 
-LinkBoard::LinkBoard()
+LinkBoard::LinkBoard(IsClockOff isClockOff)
     : LinkBoard(
           std::make_unique<SystemClock>(),
           [] {
               return duration_cast<milliseconds>(
                   std::chrono::system_clock::now().time_since_epoch());
           },
-          &TimeAsleep)
+          &TimeAsleep, std::move(isClockOff))
 {}
 
 void LinkBoard::SetSession(kesdkimpl::ESession session)
@@ -158,6 +162,7 @@ kesdkimpl::LinkStatus LinkBoard::Read() const
 {
     const std::lock_guard lock(m_mutex);
     kesdkimpl::LinkStatus status;
+    status.isClockOff = m_isClockOff && m_isClockOff();
     status.session = m_session;
     status.problem = m_problem;
     status.offlineSince = MomentOf(m_offlineSince);

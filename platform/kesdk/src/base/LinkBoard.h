@@ -25,10 +25,12 @@ public:
     using WallTime = std::function<std::chrono::milliseconds()>;
     // How long the console has slept since its start. The steady clock does not count this time.
     using Asleep = std::function<std::chrono::milliseconds()>;
+    // By the service's time, whether the console's clock is wrong. May lock; never waits long.
+    using IsClockOff = std::function<bool()>;
     LinkBoard(
         std::unique_ptr<Clock> clock, WallTime wallTime,
-        Asleep asleep = [] { return std::chrono::milliseconds(0); });
-    LinkBoard(); // on the real clocks
+        Asleep asleep = [] { return std::chrono::milliseconds(0); }, IsClockOff isClockOff = {});
+    explicit LinkBoard(IsClockOff isClockOff = {}); // on the real clocks
 
     // A new login forgets the problem from before.
     void SetSession(kesdkimpl::ESession session);
@@ -98,7 +100,8 @@ private:
     const std::unique_ptr<Clock> m_clock;
     const WallTime m_wallTime;
     const Asleep m_asleep;
-    mutable std::mutex m_mutex; // guards everything below
+    const IsClockOff m_isClockOff; // may be empty
+    mutable std::mutex m_mutex;    // guards everything below
     kesdkimpl::ESession m_session = kesdkimpl::ESession::eLoggedOut;
     kesdkimpl::EProblem m_problem = kesdkimpl::EProblem::eNone;
     std::chrono::milliseconds m_clockStartAtProblem{0};

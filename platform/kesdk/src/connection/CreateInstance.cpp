@@ -88,8 +88,8 @@ bool CreateKESDKInstance(IEnterpriseConnection** out, const char* url)
     try {
         UseCatalogues(FolderOfCatalogues());
         const auto trust = std::make_shared<const TrustStore>(FromEnvironment("KESDK_CA_FILE"));
-        const auto board = std::make_shared<LinkBoard>();
         const auto time = std::make_shared<ServiceTime>(RealConsoleFacts());
+        const auto board = std::make_shared<LinkBoard>([time] { return time->IsConsoleOff(); });
         const auto line = [&] { return MakeLine(*baseUrl, trust, time); };
         *out = new Connection({line(), line(), line()},
                               {*baseUrl, JournalFolder(), board, RealConsoleFacts(),

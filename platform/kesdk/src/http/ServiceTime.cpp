@@ -24,4 +24,10 @@ std::int64_t ServiceTime::ConfirmedWallTimeS() const
     return toldS && !IsClockWrong(wallS, toldS) ? wallS : -1;
 }
 
+bool ServiceTime::IsConsoleOff() const
+{
+    const std::optional<std::int64_t> toldS = NowS();
+    return toldS && IsClockWrong(m_console.wallTimeS(), toldS);
+}
+
 } // namespace kesdk::impl

@@ -27,6 +27,9 @@ public:
     // IsClockWrong refuses. For the age of files: if the clock jumps a week ahead, each file looks
     // old.
     std::int64_t ConfirmedWallTimeS() const;
+    // Whether the console's clock is wrong by the service's time. False until the service has told
+    // its time.
+    bool IsConsoleOff() const;
 
 private:
     struct Told
