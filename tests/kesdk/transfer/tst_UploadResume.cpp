@@ -167,6 +167,21 @@ TEST_F(UploadResume, GivesUpWhenLongRequestsStoreNothing)
     EXPECT_EQ(service.Count("PATCH"), 6);
 }
 
+// The kernel of a frozen service accepts connections, and no TLS handshake ends. The limit of a
+// handshake is longer than a stall window.
+TEST_F(UploadResume, GivesUpWhenNoHandshakeEnds)
+{
+    service.onRequest = [this](const std::string&) { time->Advance(std::chrono::seconds(31)); };
+    for (int i = 0; i < 50; ++i)
+        service.FailNext(Drop("POST /v1/uploads", EErrorCode::eConnectTimeout));
+    const Clock::Time begin = time->Now();
+    ExpectFailure(Send(), EErrorCode::eNoProgress);
+    EXPECT_LT(time->Now() - begin, std::chrono::minutes(6));
+    const Clock::Time next = time->Now();
+    ExpectFailure(Send(), EErrorCode::eNoProgress);
+    EXPECT_LT(time->Now() - next, std::chrono::minutes(2));
+}
+
 TEST_F(UploadResume, AsksForTheOffsetByTheKey)
 {
     service.FailNext(Cut("POST /v1/uploads", Fault::EKind::eCutRequest, 20));

@@ -124,7 +124,7 @@ Result<UploadRecord> Uploads::Request(Job& job)
     const Clock::Time start = m_timing.Now();
     auto answer = begins ? m_api.BeginUpload(job.call, state.upload, &state.file)
                          : m_api.ContinueUpload(job.call, job.location, offset, state.file);
-    if (!answer)
+    if (!answer && !answer.failure.WasNeverSent())
         job.transfer.NoteBytesSent(start);
     return answer;
 }
