@@ -153,6 +153,7 @@ void tst_LongNames::showsTheFullNameInALowList()
     TNames names({QStringLiteral("short"), longName});
     hostimpl::SetTextSize(0.19, 1.3);
     names.list.resize(400, 216);
+    QCoreApplication::processEvents(); // shows the head
     names.list.setCurrentRow(1);
     const TNameBand& band = names.Band();
     hostimpl::SetTextSize(0.19, 1.0);
@@ -160,6 +161,9 @@ void tst_LongNames::showsTheFullNameInALowList()
     QCOMPARE(band.ShownText(), longName);
     QVERIFY(band.height() >= band.heightForWidth(band.width()));
     QVERIFY(names.list.rect().contains(band.geometry()));
+    const QWidget* const head = names.list.findChild<TListHead*>();
+    QVERIFY(head->isVisible());
+    QVERIFY(band.geometry().top() <= head->geometry().top() + 1);
 }
 
 void tst_LongNames::aNameWithoutPlaceLosesItsMiddle()

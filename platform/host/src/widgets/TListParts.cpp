@@ -328,8 +328,10 @@ void TListWidget::TParts::PlaceBand()
 {
     const QRect view = m_list.viewport()->geometry(); // without the scroll bar
     const QRect row = m_list.visualRect(m_list.currentIndex()).translated(view.topLeft());
-    m_band.FitInto({view.width(), view.bottom() + 1 - m_list.contentsRect().top()});
-    const int height = m_band.heightForWidth(view.width());
+    const QSize most(view.width(), view.bottom() + 1 - m_list.contentsRect().top());
+    m_band.FitInto(most);
+    const int needed = m_band.heightForWidth(view.width());
+    const int height = needed > view.height() ? most.height() : needed; // not half of the head
     QRect place(view.left(), view.bottom() + 1 - height, view.width(), height);
     if (place.intersects(row) && row.top() - view.top() >= height) {
         place.moveTop(view.top());
