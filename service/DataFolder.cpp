@@ -3,9 +3,7 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
-#include <chrono>
 #include <system_error>
-#include <thread>
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -16,9 +14,6 @@ namespace kelvo {
 namespace fs = std::filesystem;
 
 namespace {
-
-constexpr std::chrono::milliseconds waitStep{100};
-constexpr int waits = 100;
 
 bool holdsFiles(const fs::path& folder)
 {
@@ -35,7 +30,7 @@ bool holdsContents(const fs::path& folder)
     return holdsFiles(folder / "content") || holdsFiles(folder / "uploads");
 }
 
-DataFolder::DataFolder(fs::path path, const Wait& wait) : path_(std::move(path))
+DataFolder::DataFolder(fs::path path, const LockWait& wait) : path_(std::move(path))
 {
     std::error_code error;
     const bool isNew = fs::create_directories(path_, error);
@@ -56,15 +51,7 @@ DataFolder::DataFolder(fs::path path, const Wait& wait) : path_(std::move(path))
     lock(wait);
 }
 
-DataFolder::Wait DataFolder::waitAWhile()
-{
-    return [left = waits]() mutable {
-        std::this_thread::sleep_for(waitStep);
-        return left-- > 0;
-    };
-}
-
-void DataFolder::lock(const Wait& wait)
+void DataFolder::lock(const LockWait& wait)
 {
     while (::flock(lock_.get(), LOCK_EX | LOCK_NB) != 0) {
         // Readers share the lock.

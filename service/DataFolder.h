@@ -4,7 +4,6 @@
 #include "service/base/Files.h"
 
 #include <filesystem>
-#include <functional>
 #include <stdexcept>
 #include <string>
 
@@ -31,17 +30,10 @@ class DataFolder
 {
 public:
     /**
-     * Whether to keep waiting for the lock. Called between two attempts; each call blocks a moment.
-     */
-    using Wait = std::function<bool()>;
-
-    /**
      * Waits for a backup or a check that reads the folder now, by default for ten seconds. Does not
      * wait for another service or a restore.
      */
-    explicit DataFolder(std::filesystem::path path, const Wait& wait = waitAWhile());
-
-    static Wait waitAWhile();
+    explicit DataFolder(std::filesystem::path path, const LockWait& wait = waitTenSeconds());
 
     const std::filesystem::path& path() const { return path_; }
 
@@ -53,7 +45,7 @@ public:
     DataFolder& operator=(const DataFolder&) = delete;
 
 private:
-    void lock(const Wait& wait);
+    void lock(const LockWait& wait);
 
     std::filesystem::path path_;
     FileDescriptor lock_;

@@ -23,6 +23,8 @@
 #include "service/tls/CertificateKeeper.h"
 #include "service/web/WebApplication.h"
 
+#include <boost/system/system_error.hpp>
+
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
@@ -69,9 +71,9 @@ keepCertificate(const ServeOptions& options, const DataFolder& folder, const Clo
     }
 }
 
-DataFolder::Wait logAndWait()
+LockWait logAndWait()
 {
-    return [wait = DataFolder::waitAWhile(), isLogged = false]() mutable {
+    return [wait = waitTenSeconds(), isLogged = false]() mutable {
         if (!isLogged) {
             logInfo("waits-for-a-backup-or-check");
         }
@@ -87,6 +89,8 @@ std::unique_ptr<http::Listener> listen(IoThreads& threads, const std::string& ad
     try {
         return std::make_unique<http::Listener>(threads.contexts(), http::HostPort::parse(address),
                                                 std::move(tls), application, limits);
+    } catch (const boost::system::system_error& error) { // its what() names a place in the source
+        throw StartRefused("cannot listen on " + address + ": " + error.code().message());
     } catch (const std::exception& error) {
         throw StartRefused("cannot listen on " + address + ": " + error.what());
     }

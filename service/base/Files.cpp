@@ -1,9 +1,11 @@
 #include "service/base/Files.h"
 
 #include <cerrno>
+#include <chrono>
 #include <cstdlib>
 #include <string>
 #include <system_error>
+#include <thread>
 #include <utility>
 
 #include <fcntl.h>
@@ -12,6 +14,13 @@
 #include <unistd.h>
 
 namespace kelvo {
+
+namespace {
+
+constexpr std::chrono::milliseconds lockWaitStep{100};
+constexpr int lockWaits = 100;
+
+} // namespace
 
 FileDescriptor& FileDescriptor::operator=(FileDescriptor&& other) noexcept
 {
@@ -33,6 +42,14 @@ void FileDescriptor::reset()
         ::close(fd_);
         fd_ = -1;
     }
+}
+
+LockWait waitTenSeconds()
+{
+    return [left = lockWaits]() mutable {
+        std::this_thread::sleep_for(lockWaitStep);
+        return left-- > 0;
+    };
 }
 
 void throwErrno(const char* what)

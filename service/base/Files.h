@@ -2,6 +2,7 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
 #include <string>
 #include <string_view>
 
@@ -32,6 +33,14 @@ private:
 
 /** Errors: the functions below throw std::system_error with errno; its text names no path. */
 [[noreturn]] void throwErrno(const char* what);
+
+/**
+ * Whether to keep waiting for a lock. Called between two attempts; each call blocks a moment.
+ */
+using LockWait = std::function<bool()>;
+
+/** Waits for ten seconds in all. */
+LockWait waitTenSeconds();
 
 FileDescriptor openFile(const std::filesystem::path& path, int flags, mode_t mode = 0600);
 

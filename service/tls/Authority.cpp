@@ -1,10 +1,10 @@
 #include "service/tls/Authority.h"
 
-#include "service/base/Files.h"
 #include "service/base/Log.h"
 #include "service/base/Time.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <stdexcept>
 
 #include <fcntl.h>
@@ -167,6 +167,23 @@ void makeCertificate(const CertificateFiles& files, const std::vector<std::strin
     logInfo("server-certificate-made", "ends " + rfc3339(validity.notAfterS * 1000));
 }
 
+/** Otherwise a running service could write back the authority that a command replaces. */
+FileDescriptor lockCertificates(const fs::path& folder, const LockWait& wait)
+{
+    FileDescriptor lock = openFile(folder, O_RDONLY | O_DIRECTORY);
+    while (::flock(lock.get(), LOCK_EX | LOCK_NB) != 0) {
+        if (errno != EWOULDBLOCK && errno != EINTR) {
+            throwErrno("flock");
+        }
+        if (!wait()) {
+            throw std::runtime_error("another process does not finish its work on the certificates"
+                                     " in " +
+                                     folder.string() + ": is a kelvo-service tls renew stopped?");
+        }
+    }
+    return lock;
+}
+
 } // namespace
 
 Times timesOf(const Clock& clock)
@@ -191,15 +208,11 @@ CertificateFiles ownCertificateFiles(const fs::path& dataFolder)
 
 CertificateFiles ensureCertificates(const fs::path& dataFolder,
                                     const std::vector<std::string>& names, const Times& times,
-                                    ERenewal renewal)
+                                    ERenewal renewal, const LockWait& wait)
 {
     fs::create_directories(dataFolder / "tls");
     fs::permissions(dataFolder / "tls", fs::perms::owner_all);
-    // Otherwise a running service could write back the authority that a command replaces.
-    const FileDescriptor lock = openFile(dataFolder / "tls", O_RDONLY | O_DIRECTORY);
-    if (::flock(lock.get(), LOCK_EX) != 0) {
-        throwErrno("flock");
-    }
+    const FileDescriptor lock = lockCertificates(dataFolder / "tls", wait);
     CertificateFiles files = ownCertificateFiles(dataFolder);
     const std::vector<Authority> authorities = ensureAuthorities(dataFolder, times, renewal);
     const Times valid = judged(authorities, times);

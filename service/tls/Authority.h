@@ -2,6 +2,7 @@
 #pragma once
 
 #include "service/base/Clock.h"
+#include "service/base/Files.h"
 #include "service/tls/Certificates.h"
 
 #include <algorithm>
@@ -60,10 +61,13 @@ enum class ERenewal : std::uint8_t { IfDue, Now, WithAuthority };
  * until then. An authority whose start is still ahead stays: clients have it, and the clock may be
  * behind.
  *
+ * Only one process at a time makes certificates; another one waits as `wait` says.
+ *
  * Errors: std::runtime_error, std::system_error.
  */
 CertificateFiles ensureCertificates(const std::filesystem::path& dataFolder,
                                     const std::vector<std::string>& names, const Times& times,
-                                    ERenewal renewal = ERenewal::IfDue);
+                                    ERenewal renewal = ERenewal::IfDue,
+                                    const LockWait& wait = waitTenSeconds());
 
 } // namespace kelvo::tls

@@ -182,11 +182,11 @@ void CertificateKeeper::warn()
 void CertificateKeeper::refreshOn(WorkPool& pool, bool always)
 {
     if (always) {
-        isAsked_ = true;
+        mustReload_ = true;
     }
     if (!isRefreshing_.exchange(true)) {
         pool.post([this] {
-            refresh(isAsked_.exchange(false));
+            refresh(mustReload_.exchange(false));
             isRefreshing_ = false;
         });
     }

@@ -96,9 +96,9 @@ private:
     const Source source_;
     const Clock& clock_;
     std::atomic<bool> isRefreshing_{false};
-    std::atomic<bool> isAsked_{false}; // to read unchanged files too
-    std::string loaded_;               // the state of the loaded files
-    std::string told_;                 // the failure that was logged last
+    std::atomic<bool> mustReload_{false}; // to read unchanged files too
+    std::string loaded_;                  // the state of the loaded files
+    std::string told_;                    // the failure that was logged last
     EndWarning certificateWarning_;
     EndWarning authorityWarning_;
     std::string toldStart_;    // the start that was logged last

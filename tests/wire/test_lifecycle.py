@@ -130,6 +130,7 @@ class Refusing(LifecycleTest):
         self.assertEqual((code, out), (2, ""), err)
         lines = [line for line in err.splitlines() if not line.startswith("{")]  # The other lines are the log.
         self.assertEqual(len(lines), 1, err)
+        self.assertNotIn("boost", lines[0])
         self.assertTrue(any(word in lines[0].lower() for word in words), f"no word of {words} in {err!r}")
 
     def test_a_port_that_is_taken(self):

@@ -8,19 +8,14 @@
 #include <gtest/gtest.h>
 #include <openssl/x509v3.h>
 
-#include <chrono>
-#include <fstream>
-#include <future>
 #include <set>
+#include <stdexcept>
 
 #include <fcntl.h>
 #include <sys/file.h>
-#include <unistd.h>
 
 namespace kelvo::tls {
 namespace {
-
-using namespace std::chrono_literals;
 
 constexpr std::int64_t yearS = 365 * dayS;
 constexpr std::int64_t startS = 1700000000;
@@ -62,30 +57,45 @@ protected:
     }();
 };
 
-/** Whether a thread of this process waits for a lock. */
-bool waitsForALock()
+/** As a process that makes certificates and does not end. */
+FileDescriptor lockCertificates(const std::filesystem::path& dataFolder)
 {
-    std::ifstream locks("/proc/locks");
-    const std::string own = " " + std::to_string(getpid()) + " ";
-    for (std::string line; std::getline(locks, line);) {
-        if (line.find("->") != line.npos && line.find(own) != line.npos) {
-            return true;
-        }
-    }
-    return false;
+    FileDescriptor lock = openFile(dataFolder / "tls", O_RDONLY | O_DIRECTORY);
+    EXPECT_EQ(::flock(lock.get(), LOCK_EX | LOCK_NB), 0);
+    return lock;
 }
 
 TEST_F(OwnAuthority, WaitsForAnotherProcessThatMakesCertificates)
 {
     ensure();
-    const FileDescriptor other = openFile(folder.Path() / "tls", O_RDONLY | O_DIRECTORY);
-    ASSERT_EQ(::flock(other.get(), LOCK_EX), 0);
-    auto made = std::async(std::launch::async, [this] { ensure(startS + 5 * yearS); });
-    while (!waitsForALock()) {
-        ASSERT_NE(made.wait_for(0s), std::future_status::ready);
+    const std::string before = server();
+    FileDescriptor other = lockCertificates(folder.Path());
+    const LockWait endOther = [&] {
+        EXPECT_EQ(server(), before);
+        other.reset();
+        return true;
+    };
+    ensureCertificates(folder.Path(), names, {startS, startS}, ERenewal::Now, endOther);
+    EXPECT_FALSE(other);
+    EXPECT_NE(server(), before);
+}
+
+TEST_F(OwnAuthority, GivesUpWhenAnotherProcessKeepsTheCertificates)
+{
+    ensure();
+    const std::string before = server();
+    const FileDescriptor other = lockCertificates(folder.Path());
+    int waits = 0;
+    const LockWait twice = [&waits] { return ++waits < 2; };
+    try {
+        ensureCertificates(folder.Path(), names, {startS, startS}, ERenewal::Now, twice);
+        FAIL() << "made a certificate beside the other process";
+    } catch (const std::runtime_error& error) {
+        EXPECT_NE(std::string(error.what()).find("is a kelvo-service tls renew stopped?"),
+                  std::string::npos);
     }
-    ::flock(other.get(), LOCK_UN);
-    made.get();
+    EXPECT_EQ(waits, 2);
+    EXPECT_EQ(server(), before);
 }
 
 TEST_F(OwnAuthority, SignsACertificateForAllNames)
