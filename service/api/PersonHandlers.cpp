@@ -137,11 +137,11 @@ bool hasFiles(soci::session& sql, const store::User& user)
 }
 
 /**
- * Shuts the user out and records the deletion, before the steps that a crash may interrupt. Throws
- * Problem if the user cannot be deleted.
+ * Shuts the user out and records the deletion, before the steps that a crash may interrupt. Returns
+ * the user. Throws Problem if the user cannot be deleted.
  */
-void beginDeletion(const Context& context, const Request& request, store::Transaction& transaction,
-                   const store::User& caller)
+store::User beginDeletion(const Context& context, const Request& request,
+                          store::Transaction& transaction, const store::User& caller)
 {
     const store::User user = managedUser(transaction.sql, caller, request.id());
     if (hasFiles(transaction.sql, user)) {
@@ -154,6 +154,31 @@ void beginDeletion(const Context& context, const Request& request, store::Transa
     store::removeSessionsOf(transaction, user.id);
     audit(transaction, context, request, caller,
           {"user-delete", "user", user.id, {}, user.farmId()});
+    return user;
+}
+
+/** Stops the user's uploads in progress and removes their bytes, which no quota counts later. */
+Async<void> dropUploads(Context& context, Request& request, const store::User& user)
+{
+    auto query = [&user](soci::session& sql) {
+        std::vector<std::string> ids;
+        store::eachUnfinishedUploadOf(sql, user,
+                                      [&ids](const store::Upload& one) { ids.push_back(one.id); });
+        return ids;
+    };
+    const auto ids = co_await context.database.read(query, user.farmId());
+    for (const std::string& id : ids) {
+        const auto hold = co_await context.activeUploads.take(id, request.body);
+        auto change = [&id](store::Transaction& transaction) {
+            return store::removeUnfinishedUpload(transaction, id);
+        };
+        // The commit that deletes the user makes the removals durable too.
+        if (co_await context.database.write(store::Scope::farm(user.farmId()), change,
+                                            store::EDurability::Later)) {
+            auto remove = [&context, &id] { context.contents.removeUpload(id); };
+            co_await context.contentPool.run(remove);
+        }
+    }
 }
 
 Async<Response> deleteUser(Context& context, Request& request)
@@ -164,10 +189,11 @@ Async<Response> deleteUser(Context& context, Request& request)
         throw Problem(EProblem::Conflict, "Nobody deletes their own account.");
     }
     auto begin = [&](store::Transaction& transaction) {
-        beginDeletion(context, request, transaction, caller);
+        return beginDeletion(context, request, transaction, caller);
     };
-    co_await context.database.write(begin);
+    const store::User disabled = co_await context.database.write(begin);
     context.broker.endSessionsOf(id, "disabled");
+    co_await dropUploads(context, request, disabled);
     auto change = [&](store::Transaction& transaction) {
         const store::User user = managedUser(transaction.sql, caller, id);
         if (passFilesOn(context, request, transaction, user) ||
