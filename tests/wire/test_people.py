@@ -3,13 +3,12 @@
 import http.client
 import itertools
 import json
-import os
 import unittest
 
 from kelvowire.events import END, EventStream
 from kelvowire.farm import PASSWORD, PROJECTS, WireTest, log_in, make_inbox
 from kelvowire.fleet import end_reasons
-from kelvowire.http import OCTETS, Client, begin_request, metadata
+from kelvowire.http import Client, begin_request
 
 OTHER = "another good one"
 
@@ -201,22 +200,6 @@ class Deletion(PeopleTest):
         self.assertNotIn(user, [one["id"] for one in self.anna.get("/users").json()["users"]])
         self.anna.delete(f"/users/{user}", 404)
         self.assertNotEqual(self.add("hugo").json()["id"], user)
-
-    def test_a_deleted_users_uploads_leave_nothing_on_the_disk(self):
-        user = self.add("kurt").json()["id"]
-        kurt = self.user("kurt")
-        create = {"Tus-Resumable": "1.0.0", "Upload-Length": "8", "Upload-Metadata": metadata("half.zip", [make_inbox(kurt)])}
-        paths = [kurt.post("/uploads", 201, headers=create).headers["location"] for _ in range(2)]
-        append = {"Tus-Resumable": "1.0.0", "Content-Type": OCTETS, "Upload-Offset": "0"}
-        kurt.request("PATCH", paths[0], 204, body=b"half", headers=append)
-        running = begin_request(self.service, kurt.token, "PATCH", paths[1], 8, append, b"half")
-        self.addCleanup(running.close)
-        parts = [self.service.path("uploads", path.rsplit("/", 1)[1]) for path in paths]
-        while not all(os.path.exists(part) for part in parts):
-            self.assertTrue(self.service.running())
-        self.anna.delete(f"/users/{user}")
-        self.assertEqual(running.recv(1), b"")
-        self.assertEqual([part for part in parts if os.path.exists(part)], [])
 
     def test_a_disabled_user_is_no_heir(self):
         user, heir = (self.add(name).json()["id"] for name in ("ulla", "vera"))

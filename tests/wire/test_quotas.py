@@ -6,7 +6,7 @@ import unittest
 
 from kelvowire.ageing import let_pass
 from kelvowire.farm import PASSWORD, add_farms_and_users, log_in, log_in_admin, make_inbox
-from kelvowire.http import OCTETS, begin_upload, metadata, metrics
+from kelvowire.http import OCTETS, begin_request, begin_upload, metadata, metrics
 from kelvowire.service import Service
 
 CONTENT = b"x" * 1000
@@ -56,6 +56,20 @@ class Quotas(unittest.TestCase):
         self.assertEqual((usage["bytes"], usage["bin_bytes"], usage["upload_bytes"]), (2000, 1000, 1000))
         self.anna.delete(f"/bin/{kept['id']}")
         self.olga.put("c", [self.inbox], CONTENT)
+
+    def test_uploads_of_a_deleted_user_leave_nothing_on_the_disk(self):
+        create = {"Tus-Resumable": "1.0.0", "Upload-Length": "8", "Upload-Metadata": metadata("half.zip", [make_inbox(self.piet)])}
+        paths = [self.piet.post("/uploads", 201, headers=create).headers["location"] for _ in range(2)]
+        append = {"Tus-Resumable": "1.0.0", "Content-Type": OCTETS, "Upload-Offset": "0"}
+        self.piet.request("PATCH", paths[0], 204, body=b"half", headers=append)
+        running = begin_request(self.service, self.piet.token, "PATCH", paths[1], 8, append, b"half")
+        self.addCleanup(running.close)
+        parts = [self.service.path("uploads", path.rsplit("/", 1)[1]) for path in paths]
+        while not all(os.path.exists(part) for part in parts):
+            self.assertTrue(self.service.running())
+        self.anna.delete(f"/users/{self.piet.snapshot()['user']['id']}")
+        self.assertEqual(running.recv(1), b"")
+        self.assertEqual([part for part in parts if os.path.exists(part)], [])
 
     def test_a_limit_of_zero_refuses_every_byte(self):
         for scope in ("farm", "user"):
