@@ -15,18 +15,6 @@
 
 #include <vector>
 
-namespace {
-
-// Whether the path leads to an archive of another spelling, such as "A.zip" for "a.zip". Only a
-// file system that ignores case has such paths.
-bool LeadsToAnotherSpelling(const QString& folder, const QString& name)
-{
-    return QFile::exists(folder + name) &&
-           !QDir(folder).entryList(QDir::Files | QDir::Hidden | QDir::NoSymLinks).contains(name);
-}
-
-} // namespace
-
 void TKelvoThreadObject::OnDownloadFromKelvo(int fromProject, QStringList fileNamesToDownload,
                                              KelvoFileInfoList referenceFileInfoList)
 {
@@ -40,7 +28,6 @@ void TKelvoThreadObject::OnDownloadFromKelvo(int fromProject, QStringList fileNa
     }
     const TReferenceIndex reference(referenceFileInfoList);
     TErrors errors;
-    TErrors unpackingErrors;
     qint64 position = 0;
     for (const QString& name : qAsConst(fileNamesToDownload)) {
         if (KelvoInterface->IsCancelCurrentOperationRequested()) {
@@ -50,16 +37,14 @@ void TKelvoThreadObject::OnDownloadFromKelvo(int fromProject, QStringList fileNa
             tr("%1 File no longer exists. File Index not found").arg(position++);
         TResource file;
         if (FindRemoteFile(reference, name, notListed, file, errors)) {
-            if (LeadsToAnotherSpelling(temporaryFolder, name)) {
-                // Otherwise the download would replace the other archive.
-                ManageKelvoDownloads(project, unpackingErrors);
-            }
             DownloadOne(project, file, name, temporaryFolder, errors);
         }
     }
     // Fetched archives are unpacked also after a cancel or a failure.
-    ManageKelvoDownloads(project, unpackingErrors);
-    errors.append(unpackingErrors);
+    TErrors unpackingErrors;
+    if (!ManageKelvoDownloads(project, unpackingErrors)) {
+        errors.append(unpackingErrors);
+    }
     KelvoInterface->RevertCancelCurrentOperation();
     Q_EMIT KelvoDownloadComplete(fromProject, errors);
 }

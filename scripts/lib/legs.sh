@@ -193,8 +193,8 @@ leg_office-load() {
 # The tests fail if the object store or PostgreSQL is not installed.
 leg_fleet() {
     configure check
-    build check tst_service_objects tst_service_chunks tst_service_store kelvo-service kelvo-service-later kelvo_postgresql kelvoctl kelvo-herd \
-        kelvo kelvo-console killpoint
+    build check tst_service_objects tst_service_chunks tst_service_store kelvo-service kelvo-service-later kelvo_postgresql \
+        kelvoctl kelvo-herd kelvo kelvo-console killpoint
     KELVO_DEMAND_GATEWAY=1 KELVO_DEMAND_POSTGRESQL=1 tests check --label-regex '^fleet$'
 }
 

@@ -180,8 +180,8 @@ class Fleet(Service):
 
     def damage(self):
         """What `kelvo-service verify` of the instances' version finds; empty: nothing."""
-        result = subprocess.run([self.instances[0].binary, "verify", *self._places], env=self.environment, capture_output=True, text=True,
-                                stdin=subprocess.DEVNULL, timeout=VERIFY_SECONDS, check=False)
+        result = subprocess.run([self.instances[0].binary, "verify", *self._places], env=self.environment,
+                                capture_output=True, text=True, stdin=subprocess.DEVNULL, timeout=VERIFY_SECONDS, check=False)
         return "" if result.returncode == 0 else f"verify ended with {result.returncode}: {result.stdout}{result.stderr}"
 
     def wait_until_ready(self):

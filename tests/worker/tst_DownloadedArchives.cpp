@@ -18,7 +18,6 @@ private Q_SLOTS:
     void reportsAnEmptyFileAsFailed();
     void linksAndFoldersAreLeftAlone();
     void unpacksArchivesOfAnEarlierRunForTheCurrentProject();
-    void unpacksAnArchiveBeforeAnotherSpellingReplacesIt();
     void recordsAreAppended();
     void aBlockedDownloadFolderReportsEveryArchive();
 };
@@ -159,31 +158,6 @@ void tst_DownloadedArchives::unpacksArchivesOfAnEarlierRunForTheCurrentProject()
     PutArchive(QStringLiteral("left.zip"), "left.txt");
     f.Download(eCurves, List("curve.zip"), f.Reference(eCurves));
     QCOMPARE(TDownload::Local(eCurves), List("curve/curve.txt|left/left.txt"));
-}
-
-// On a file system that ignores case, "a.zip" leads to "A.zip". Here, links do.
-void tst_DownloadedArchives::unpacksAnArchiveBeforeAnotherSpellingReplacesIt()
-{
-    TDownload f;
-    f.AddArchive(eCurves, QStringLiteral("A.zip"), "upper.txt");
-    f.AddArchive(eCurves, QStringLiteral("a.zip"), "lower.txt");
-    f.Farm().AddFile(f.Inbox(eCurves), L"B.zip", "broken");
-    f.AddArchive(eCurves, QStringLiteral("b.zip"), "lower.txt");
-    f.Start();
-    for (const char* name : {"a.zip", "b.zip"})
-        QVERIFY(QFile::link(QString::fromLatin1(name).left(1).toUpper() + QStringLiteral(".zip"),
-                            TWorkerFixture::TempFolder() + QString::fromLatin1(name)));
-    QStringList archives;
-    QStringList unpacked;
-    f.Script().OnCall(fakes::FakeOperation::eDownload,
-                      [&](const fakes::FakeCall&, const fakes::FakeAbortCheck&) {
-                          archives << TDownload::Temporary().filter(QStringLiteral("A.zip"));
-                          unpacked = TDownload::Local(eCurves);
-                      });
-    f.Download(eCurves, List("A.zip|a.zip|B.zip|b.zip"), f.Reference(eCurves));
-    QVERIFY2(archives.isEmpty(), "A.zip was still there at a later download");
-    QCOMPARE(unpacked, List("A/upper.txt|a/lower.txt"));
-    QVERIFY(f.workerLog.Texts().last().endsWith(QStringLiteral("[B.zip:Failed to unzip file])")));
 }
 
 void tst_DownloadedArchives::recordsAreAppended()

@@ -2,6 +2,7 @@
 // these functions in the place of those of the service's library.
 #define schemaSteps releasedSteps
 #define currentSchema releasedSchema
+// NOLINTNEXTLINE(bugprone-suspicious-include): the released steps, under another name
 #include "service/store/SchemaSteps.cpp"
 #undef schemaSteps
 #undef currentSchema
