@@ -63,7 +63,7 @@ void TWindowSession::Begin()
     m_settingsPage->SetGiven(GivenSettings());
     m_aboutPage = std::make_unique<TAboutPage>();
     m_screens = std::make_unique<TPluginScreens>(m_surfaces, *m_window);
-    hostimpl::SetPopupHost(m_window.get());
+    hostimpl::SetPopupHost(m_window.get(), &m_window->Status());
     hostimpl::SetWindowManager(&m_surfaces);
     ConnectWindow();
     if (QWidget* const keyboard = LoadKeyboard(m_window.get())) {

@@ -56,6 +56,7 @@ private Q_SLOTS:
     void aShortMessageGivesTheFocusBack();
     void growsWithItsMessage();
     void coversTheScreenIfFullScreen();
+    void showsNoEmptyLinesAtTheEnd();
     void drawsSimpleRichText();
     void showsOtherTagsAsText_data();
     void showsOtherTagsAsText();
@@ -157,6 +158,14 @@ void tst_MessageText::coversTheScreenIfFullScreen()
                           QPixmap());
     dialog.ShowWindow(true);
     QCOMPARE(QRect(dialog.mapTo(&window, QPoint(0, 0)), dialog.size()), window.rect());
+}
+
+void tst_MessageText::showsNoEmptyLinesAtTheEnd()
+{
+    TDialog dialog(TMessageDialog::eOperation);
+    dialog.dialog.SetMessage(QStringLiteral("a.zip\nNo link.\n\n"));
+    QCOMPARE(dialog.Text().toPlainText(), QStringLiteral("a.zip\nNo link."));
+    QCOMPARE(dialog.dialog.Message(), QStringLiteral("a.zip\nNo link.\n\n"));
 }
 
 void tst_MessageText::drawsSimpleRichText()

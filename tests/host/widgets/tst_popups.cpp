@@ -85,6 +85,7 @@ private Q_SLOTS:
     void aPopupLiesOverItsParentsWindow();
     void aPopupLiesOverThePopupHost();
     void aPopupLiesOverThePopupHostIfItsParentIsHidden();
+    void aPopupDoesNotCoverTheBottomBar();
     void thePopupHostMayBeDeleted();
     void aPopupIsNotShownInsideAnother();
     void followsTheWindowBelow();
@@ -177,6 +178,28 @@ void tst_Popups::aPopupLiesOverThePopupHostIfItsParentIsHidden()
     hidden.setGeometry(0, 0, 200, 200);
     TMessageDialog dialog(&hidden, QString(), QString(), TMessageDialog::eAcknowledge, false,
                           QPixmap());
+    dialog.ShowWindow(true);
+    QCOMPARE(PlaceIn(*window, dialog).center(), window->rect().center());
+}
+
+void tst_Popups::aPopupDoesNotCoverTheBottomBar()
+{
+    const auto window = NewWindow(QRect(0, 0, 800, 480));
+    QWidget bar(window.get());
+    hostimpl::SetPopupHost(window.get(), &bar);
+    TMessageDialog dialog(nullptr, QString(),
+                          QStringLiteral("text\n").repeated(3) + QLatin1Char('.'),
+                          TMessageDialog::eAcknowledge, false, QPixmap());
+    bar.setGeometry(0, 410, 800, 70);
+    dialog.ShowWindow(true);
+    const QRect place = PlaceIn(*window, dialog);
+    // In the middle it would cover the bar.
+    QVERIFY2(place.height() > 340 && place.height() <= 410,
+             qPrintable(QString::number(place.height())));
+    QVERIFY(!place.intersects(bar.geometry()));
+    QVERIFY(window->rect().contains(place));
+    dialog.CloseWindow();
+    bar.setGeometry(0, 300, 800, 180); // no room
     dialog.ShowWindow(true);
     QCOMPARE(PlaceIn(*window, dialog).center(), window->rect().center());
 }

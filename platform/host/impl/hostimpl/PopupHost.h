@@ -11,8 +11,9 @@ class TPopupWindow;
 namespace hostimpl {
 
 // A popup without a parent is shown in `window` from now on. The same holds for a popup whose
-// parent's window is not shown. Null for no window. Not owned; may be destroyed. Main thread.
-CONSOLEHOST_EXPORT void SetPopupHost(QWidget* window);
+// parent's window is not shown. Null for no window. If there is room above `bottomBar` of the
+// window, no popup of the window covers the bar. Not owned; may be destroyed. Main thread.
+CONSOLEHOST_EXPORT void SetPopupHost(QWidget* window, const QWidget* bottomBar = nullptr);
 CONSOLEHOST_EXPORT QWidget* PopupHost();
 
 // A popup whose parent is inside `area` is shown in the area and blocks no more than the area. It

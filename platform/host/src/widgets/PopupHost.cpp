@@ -19,6 +19,12 @@ QPointer<QWidget>& HostWindow()
     return window;
 }
 
+QPointer<const QWidget>& BottomBar()
+{
+    static QPointer<const QWidget> bar;
+    return bar;
+}
+
 // Popups are not shown inside a popup that is a separate window.
 bool CanHold(const QWidget* window)
 {
@@ -28,9 +34,10 @@ bool CanHold(const QWidget* window)
 
 } // namespace
 
-void SetPopupHost(QWidget* window)
+void SetPopupHost(QWidget* window, const QWidget* bottomBar)
 {
     HostWindow() = window;
+    BottomBar() = bottomBar;
 }
 
 QWidget* PopupHost()
@@ -55,6 +62,20 @@ QWidget* AreaFor(const TPopupWindow& popup)
                                 QApplication::activeWindow()};
     const auto found = std::find_if(std::cbegin(windows), std::cend(windows), &CanHold);
     return found == std::cend(windows) ? nullptr : *found;
+}
+
+QRect PlaceIn(const QWidget& area, const QSize& popupSize)
+{
+    QRect place(QPoint(0, 0), popupSize);
+    place.moveCenter(area.rect().center());
+    const QWidget* const bar = BottomBar();
+    if (bar != nullptr && area.isAncestorOf(bar)) {
+        const int room = bar->mapTo(&area, QPoint()).y();
+        if (place.height() <= room) {
+            place.moveTop(std::min(place.top(), room - place.height()));
+        }
+    }
+    return place;
 }
 
 QList<TPopupWindow*> OpenPopups()

@@ -73,8 +73,13 @@ TMessageText::TMessageText(QWidget* parent) : QTextEdit(parent)
 
 TMessageText::~TMessageText() = default;
 
-void TMessageText::SetMessage(const QString& message)
+// Empty lines at the end would need a scroll bar on a low display.
+void TMessageText::SetMessage(const QString& text)
 {
+    QString message = text;
+    while (message.endsWith(QLatin1Char('\n'))) {
+        message.chop(1);
+    }
     bool isRich = false;
     const QString html = SafeRichText(message, isRich);
     if (isRich) {

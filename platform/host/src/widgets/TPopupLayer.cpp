@@ -109,8 +109,7 @@ bool TPopupLayer::Blocks(const QWidget& widget) const
 
 void TPopupLayer::Arrange(const QSize& popupSize)
 {
-    QRect place(QPoint(0, 0), popupSize);
-    place.moveCenter(Area().rect().center());
+    const QRect place = PlaceIn(Area(), popupSize);
     setGeometry(m_isModal ? Area().rect() : place);
     m_popup->setGeometry(m_isModal ? place : rect());
 }

@@ -14,6 +14,8 @@ constexpr char POPUP_AREA[] = "hostPopupArea";
 
 // The widget over which the popup is shown; null if no window is visible.
 QWidget* AreaFor(const TPopupWindow& popup);
+// The place of a popup of this size in the area: the middle, or above the window's bottom bar.
+QRect PlaceIn(const QWidget& area, const QSize& popupSize);
 
 // A child of the widget over which the popup is shown. The layer of a modal popup covers the whole
 // area with a dimmed ground and takes each touch beside the popup. The layer of another popup is
