@@ -1,6 +1,7 @@
 #include "service/Janitor.h"
 
 #include "service/api/UnusedContents.h"
+#include "service/api/UploadSteps.h"
 #include "service/base/Log.h"
 #include "service/store/AuditTable.h"
 #include "service/store/ConsoleTable.h"
@@ -35,6 +36,8 @@ void cleanDatabase(const Janitor::Parts& parts, const Janitor::Settings& setting
         store::prunePositions(transaction, now.ms - positionLifeMs);
         store::forgetConsoles(transaction, now.ms - settings.consoleDays * 24 * hourMs);
         store::forgetOldResults(transaction, now);
+        store::limitUploadExpiry(transaction, now.ms + api::uploadLifeMs);
+        store::limitDeletionTimes(transaction, now.ms);
         store::pruneAudit(transaction, now.ms - settings.auditDays * 24 * hourMs);
         if (settings.eventHours > 0) {
             store::pruneEventsBefore(transaction, now.ms - settings.eventHours * hourMs);

@@ -169,6 +169,14 @@ std::vector<std::string> emptyBin(Transaction& transaction, long long deletedBef
                        {"0 = :farm AND 0 = :id AND f.deleted_ms < :before", 0, 0, deletedBeforeMs});
 }
 
+void limitDeletionTimes(Transaction& transaction, long long nowMs)
+{
+    static constexpr long long dayMs = 24LL * 3600 * 1000;
+    const long long future = nowMs + dayMs;
+    transaction.sql << "UPDATE files SET deleted_ms = :now WHERE deleted_ms > :future", use(nowMs),
+        use(future);
+}
+
 std::vector<std::string> purgeBin(Transaction& transaction, Id farm, long long deletedBeforeMs)
 {
     return removeFiles(transaction, {"f.farm_id = :farm AND 0 = :id AND f.deleted_ms < :before",

@@ -57,6 +57,9 @@ std::optional<File> restoreFromBin(Transaction& transaction, Id farm, Id file);
  */
 std::vector<std::string> emptyBin(Transaction& transaction, long long deletedBeforeMs);
 
+/** A file from a time when the clock was more than a day ahead counts as deleted now. */
+void limitDeletionTimes(Transaction& transaction, long long nowMs);
+
 /** The number of files that emptyBin() would delete. */
 long long countBinBefore(soci::session& sql, long long deletedBeforeMs);
 

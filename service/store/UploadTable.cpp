@@ -214,6 +214,15 @@ std::vector<std::string> expiredUploads(soci::session& sql, ExpiryTime now)
     return ids;
 }
 
+void limitUploadExpiry(Transaction& transaction, long long latestMs)
+{
+    static constexpr long long dayMs = 24LL * 3600 * 1000;
+    const long long future = latestMs + dayMs;
+    transaction.sql << "UPDATE uploads SET expires_ms = :latest"
+                       " WHERE finished = 0 AND expires_ms > :future",
+        use(latestMs), use(future);
+}
+
 bool removeExpiredUpload(Transaction& transaction, const std::string& id, ExpiryTime now)
 {
     soci::statement change =

@@ -49,6 +49,9 @@ void eachUnfinishedUploadOf(soci::session& sql, const User& user,
 /** Unfinished uploads that have expired. */
 std::vector<std::string> expiredUploads(soci::session& sql, ExpiryTime now);
 
+/** An upload from a time when the clock was more than a day ahead expires at `latestMs`. */
+void limitUploadExpiry(Transaction& transaction, long long latestMs);
+
 /** False if the upload was finished or extended meanwhile. */
 bool removeExpiredUpload(Transaction& transaction, const std::string& id, ExpiryTime now);
 

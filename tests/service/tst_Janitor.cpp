@@ -286,6 +286,21 @@ TEST_F(CleanUp, RemovesNothingByItsAgeIfTheClockJumpsAheadAfterItWasChecked)
     EXPECT_EQ(countSessions(), 1);
 }
 
+TEST_F(CleanUp, KeepsNothingLongerBecauseTheClockWasAhead)
+{
+    clock.JumpAhead(24h * 400);
+    remove(upload("abc").id);
+    begin("half");
+    clock.JumpAhead(-24h * 400);
+    cleanUp();
+    EXPECT_THAT(contents.uploadIds(), testing::SizeIs(1));
+    EXPECT_THAT(contents.digests(), testing::SizeIs(1));
+    clock.Advance(24h * 30 + 1ms);
+    cleanUp();
+    EXPECT_THAT(contents.uploadIds(), testing::IsEmpty());
+    EXPECT_THAT(contents.digests(), testing::IsEmpty());
+}
+
 TEST_F(CleanUp, RemovesNothingByItsAgeIfTheClockCannotBeChecked)
 {
     remove(upload("abc").id);

@@ -55,6 +55,10 @@ ALLOWED = {
     "DELETE FROM sessions WHERE expires_ms <=": PER_ROUND,
     "UPDATE sessions SET expires_ms = expires_ms": PER_ROUND,
     "DELETE FROM track WHERE received_ms <": PER_ROUND,
+    "UPDATE uploads SET expires_ms = :latest WHERE finished = 0 AND expires_ms >": PER_ROUND,
+    "UPDATE uploads SET expires_ms = $1 WHERE finished = 0 AND expires_ms >": PER_ROUND,
+    "UPDATE files SET deleted_ms = :now WHERE deleted_ms >": PER_ROUND,
+    "UPDATE files SET deleted_ms = $1 WHERE deleted_ms >": PER_ROUND,
     "DELETE FROM uploads WHERE finished = 1 AND idempotency_key IS NULL": PER_ROUND,
 }
 
