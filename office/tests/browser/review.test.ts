@@ -23,7 +23,7 @@ beforeAll(async () => {
 describe('the mark of a further inbox', () => {
   it('stays while the review of the same inbox is open, and ends with another inbox or when the files are sent', async () => {
     const page = await world.logIn('office');
-    const mark = page.getByLabel(long);
+    const mark = page.getByRole('checkbox', {name: long});
     const open = async (kind: string) => {
       await page.locator('.inboxes details[open]').getByRole('link', {name: kind}).click();
       await page.locator('h2').getByText(`olga · ${kind}`).waitFor();
@@ -33,6 +33,7 @@ describe('the mark of a further inbox', () => {
     await choose(page, noTaskData('first.zip'));
     await page.getByRole('heading', {name: `Send to olga, ${long} · Curves`}).waitFor();
     await page.keyboard.press('Escape');
+    await page.locator('dialog.review').waitFor({state: 'detached'});
     expect(await mark.isChecked()).toBe(true);
     await open('Prescriptions');
     await open('Curves');
@@ -47,7 +48,7 @@ describe('the mark of a further inbox', () => {
   it('with a long name fits the page', async () => {
     for (const width of [1280, 1024, 360]) {
       const page = await world.logIn('office', {viewport: {width, height: 800}});
-      await page.getByLabel(long).waitFor();
+      await page.getByRole('checkbox', {name: long}).waitFor();
       await world.picture(page, `also-${width}`);
       const box = (await page.locator('fieldset').boundingBox())!;
       expect(box.x + box.width).toBeLessThanOrEqual(width);
