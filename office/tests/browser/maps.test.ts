@@ -182,6 +182,7 @@ describe('before sending', () => {
   it('the page asks about a prescription among the curves', async () => {
     const page = await world.logIn('office');
     await page.locator('.inboxes').getByRole('link', {name: 'Curves'}).click();
+    await page.getByRole('heading', {name: 'olga · Curves'}).waitFor();
     await choose(page, world.newFile('lost.zip', prescription()));
     await page.getByText('lost.zip is a prescription map.').waitFor();
     await page.getByRole('button', {name: 'Do not send'}).click();
