@@ -33,6 +33,8 @@ public:
     int NewFiles() const { return m_state.NewFiles(); }
     // Stores which files the operator has seen.
     void SaveSeen() { m_seen.Save(); }
+    // The operator may change the local folders now: the next State() begins a count.
+    void RefreshFolders() { m_folders.Refresh(); }
     // Begins a count of the local folders when it is due. Call it only while the figures are shown.
     THomeState State(TFolderCounter::TClock::time_point now);
 

@@ -211,6 +211,7 @@ void TWindowSession::ShowHome(const kesdkimpl::LinkStatus& status)
     }
     m_window->Launcher().SetBadge(m_dashboard.NewFiles());
     if (m_window->CurrentPage() != nullptr) {
+        m_dashboard.RefreshFolders(); // a page may delete files
         return;
     }
     m_dashboard.SaveSeen(); // on the home page only: on a list each new file would cause a write

@@ -5,6 +5,9 @@
 #include "support/TTestCase.h"
 #include "support/WidgetTestMain.h"
 
+#include <atomic>
+#include <memory>
+
 using console::EHubSignal;
 using console::TDashboard;
 using console::THomeState;
@@ -120,6 +123,27 @@ private Q_SLOTS:
         LogIn(dashboard, QStringLiteral("olga"));
         state = dashboard.State({});
         QVERIFY(state.isLoggedIn && !state.service.at(maps));
+    }
+
+    void countsTheFoldersAgainWhenTheyMayHaveChanged()
+    {
+        const auto counts = std::make_shared<std::atomic<int>>(0);
+        TDashboard dashboard(m_config, QString(), [counts](const std::atomic<bool>&) {
+            console::TFolderFigures figures;
+            figures.freeBytes = ++*counts;
+            return figures;
+        });
+        const auto isCounted = [&](int count) { // at one moment: a second count is not yet due
+            return QTest::qWaitFor(
+                [&] {
+                    const auto folders = dashboard.State({}).folders;
+                    return folders && folders->freeBytes == count;
+                },
+                60000);
+        };
+        QVERIFY(isCounted(1));
+        dashboard.RefreshFolders();
+        QVERIFY(isCounted(2));
     }
 
     void keepsWhatEachUserHasSeen()
