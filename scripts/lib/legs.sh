@@ -49,11 +49,10 @@ leg_e2e() {
     built_and_tested check --label-regex '^e2e$'
 }
 
-# part_tested LEG: the leg's tests but those that tests/excluded.txt names. The folder build/LEG must be configured.
+# part_tested LEG: the tests of build/LEG, which must be built, but those that tests/excluded.txt names
 part_tested() {
     local excluded
     excluded=$(scripts/lib/left_out.py tests/excluded.txt "$1" build/check "build/$1")
-    build "$1"
     tests "$1" --exclude-regex "$excluded"
 }
 
@@ -63,28 +62,36 @@ shipped_service() {
     build check kelvo-service kelvoctl
 }
 
-# sanitised PRESET [CMAKE-ARGUMENT...]: the console's code under a sanitizer, against the service as it is shipped
-sanitised() {
-    local preset=$1
-    shift
-    shipped_service
-    configure "$preset" -DKELVO_SERVICE=OFF \
-        -DKELVO_SERVICE_BINARY="$PWD/build/check/bin/kelvo-service" "$@"
-    part_tested "$preset"
+# Of the console's code alone. The tests run against the service as it is shipped.
+without_service=(-DKELVO_SERVICE=OFF "-DKELVO_SERVICE_BINARY=$PWD/build/check/bin/kelvo-service")
+
+# The functions prepare_LEG write to the leg's own folder only, because other legs run beside them.
+prepare_asan() {
+    configure asan "${without_service[@]}"
+    build asan
 }
 
 leg_asan() {
-    sanitised asan
+    shipped_service
+    prepare_asan
+    part_tested asan
 }
 
 # The distribution's QtCore is not instrumented: the sanitizer would miss races, and report races that do not exist.
-leg_tsan() {
+prepare_tsan() {
     local qt module places=()
     qt=$(scripts/tsan-qt)
     for module in Core Network Test; do
         places+=("-DQt5${module}_DIR=$qt/lib/cmake/Qt5$module")
     done
-    sanitised tsan "${places[@]}"
+    configure tsan "${without_service[@]}" "${places[@]}"
+    build tsan
+}
+
+leg_tsan() {
+    shipped_service
+    prepare_tsan
+    part_tested tsan
 }
 
 # The service's own tests and the tests over HTTP, which run the service of the same build.
@@ -96,25 +103,27 @@ leg_tsan-service() {
     built_and_tested tsan-service
 }
 
-# arm_console: configures the console's code for ARM, with the service as it is shipped
-arm_console() {
-    shipped_service
-    configure_arm -DKELVO_SERVICE=OFF -DKELVO_SERVICE_BINARY="$PWD/build/check/bin/kelvo-service"
-}
-
 leg_arm() {
-    arm_console
+    shipped_service
+    configure_arm "${without_service[@]}"
+    build arm
     part_tested arm
 }
 
 # The checks where the console differs most from the build machine: each shipped source compiles, the binary interface,
 # files above 4 GiB, dates after 2038, ids above 2^31, and one session of the console.
+short_programs=(tst_kesdk_large tst_WideIds tst_farfuture tst_unzip_large)
+
+prepare_arm-short() {
+    configure_arm "${without_service[@]}"
+    build arm shipped kelvo-console-driver "${short_programs[@]}"
+}
+
 leg_arm-short() {
-    local programs=(tst_kesdk_large tst_WideIds tst_farfuture tst_unzip_large)
-    arm_console
-    build arm shipped kelvo-console-driver "${programs[@]}"
-    tests arm --no-tests=error \
-        --tests-regex "^(fence_(interface|imports|constructors|.*exports|.*needed)|e2e\.life|(kesdk\.)?($(IFS='|' && echo "${programs[*]}")))\$"
+    shipped_service
+    prepare_arm-short
+    tests arm --no-tests=error --tests-regex \
+        "^(fence_(interface|imports|constructors|.*exports|.*needed)|e2e\.life|(kesdk\.)?($(IFS='|' && echo "${short_programs[*]}")))\$"
 }
 
 # The service's unit tests on ARM; the others start programs by their names.
@@ -234,23 +243,42 @@ leg_lint() {
     echo "$(grep -c '^clang-tidy' build/lint/tidy.log) files have no findings"
 }
 
-# prepare_beside_tests LEG...: builds the leg tsan's Qt while the tests of the legs before it wait for links and clocks.
-# The leg waits for the end of this build.
-prepare_beside_tests() {
-    if [[ " ${*:2} " == *' tsan '* ]]; then
-        nice -n 19 scripts/tsan-qt >build/tsan-qt.log 2>&1 &
-        trap 'jobs -pr | xargs -r kill 2>/dev/null || true' EXIT
-    fi
-}
-
-# run_leg LEG: in a new shell, because inside an `if` a function does not stop at errors
-run_leg() {
-    local begin=$SECONDS status=0
-    echo "== $1"
+# in_new_shell FUNCTION: because inside an `if` a function does not stop at errors
+in_new_shell() {
     bash -c 'set -euo pipefail
         source scripts/lib/build.sh
         source scripts/lib/legs.sh
-        "leg_$1"' leg "$1" || status=1
+        "$1"' "$1" "$1"
+}
+
+declare -A builders # of a leg: its build that build_beside_tests began
+
+# build_beside_tests LEG...: builds the legs after the first, one after the other and at the lowest priority, while
+# tests wait for links and clocks. A build that fails here is repeated by its leg, which shows the error.
+build_beside_tests() {
+    local leg before=''
+    set -m # a process group for each build, so that its compilers can be ended with it
+    for leg in "${@:2}"; do
+        if [[ $(type -t "prepare_$leg") == function ]]; then
+            {
+                renice --priority 19 "$BASHPID"
+                if [[ -n $before ]]; then tail --pid="$before" --follow /dev/null; fi
+                in_new_shell "prepare_$leg"
+            } >"build/legs/$leg-build.log" 2>&1 &
+            before=$!
+            builders[$leg]=$before
+        fi
+    done
+    set +m
+    trap 'kill -- "${builders[@]/#/-}" 2>/dev/null || true' EXIT
+}
+
+# run_leg LEG: waits first for the leg's build
+run_leg() {
+    local begin=$SECONDS status=0
+    echo "== $1"
+    if [[ -n ${builders[$1]:-} ]]; then tail --pid="${builders[$1]}" --follow /dev/null; fi
+    in_new_shell "leg_$1" || status=1
     echo "== $1 took $((SECONDS - begin)) s"
     return "$status"
 }
@@ -260,7 +288,7 @@ run_leg() {
 run_legs() {
     local leg closing status=0
     mkdir -p build/legs
-    prepare_beside_tests "$@"
+    build_beside_tests "$@"
     for leg in "$@"; do
         run_leg "$leg" 2>&1 | tee "build/legs/$leg.log" || status=1
     done
