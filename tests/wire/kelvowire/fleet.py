@@ -53,4 +53,12 @@ def end_reasons(reason):
     return (reason, "revoked") if os.environ.get("KELVO_FLEET") else (reason,)
 
 
+def is_every_move(latitudes, sent):
+    """Whether an open stream has the moves that were sent. In a fleet it may skip moves: the log keeps only the last move
+    of a console, and the stream may be another instance's, which reads the log."""
+    if os.environ.get("KELVO_FLEET"):
+        return latitudes == sorted(set(latitudes) & set(sent)) and latitudes[-1] == sent[-1]
+    return latitudes == sent
+
+
 SERVICE = FleetService if os.environ.get("KELVO_FLEET") else Service
