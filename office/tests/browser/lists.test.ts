@@ -23,7 +23,7 @@ const twice = (name: string) => `olga now has more than one file named ${name}.`
 
 async function openCurves(options: Parameters<typeof world.logIn>[1] = {}): Promise<Page> {
   const page = await world.logIn('office', options);
-  await page.locator('.inboxes a').nth(2).click();
+  await world.openInbox(page, 2);
   return page;
 }
 
@@ -183,8 +183,7 @@ describe('the search', () => {
     const page = await openCurves();
     await page.getByRole('searchbox').fill('nothing');
     await page.getByText('No file matches the search.').waitFor();
-    await page.locator('.inboxes a').first().click();
-    await page.getByRole('heading', {name: 'olga · Prescriptions'}).waitFor();
+    await world.openInbox(page, 'Prescriptions');
     expect(await page.getByRole('searchbox').inputValue()).toBe('');
   });
 });

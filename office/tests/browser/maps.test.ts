@@ -181,8 +181,7 @@ describe('a shapefile', () => {
 describe('before sending', () => {
   it('the page asks about a prescription among the curves', async () => {
     const page = await world.logIn('office');
-    await page.locator('.inboxes').getByRole('link', {name: 'Curves'}).click();
-    await page.getByRole('heading', {name: 'olga · Curves'}).waitFor();
+    await world.openInbox(page, 'Curves');
     await choose(page, world.newFile('lost.zip', prescription()));
     await page.getByText('lost.zip is a prescription map.').waitFor();
     await page.getByRole('button', {name: 'Do not send'}).click();
@@ -199,8 +198,7 @@ describe('before sending', () => {
   it('files can be dropped on the name of an operator, for the shown kind of inbox', async () => {
     const page = await world.logIn('office');
     for (const project of ['Curves', 'Prescriptions']) {
-      await page.locator('.inboxes').getByRole('link', {name: project}).click();
-      await page.getByRole('heading', {name: `olga · ${project}`}).waitFor();
+      await world.openInbox(page, project);
       const name = page.locator('.inboxes summary');
       await name.dispatchEvent('dragover', {dataTransfer: await dropped(page)});
       await page.locator('.inboxes summary.over').waitFor();

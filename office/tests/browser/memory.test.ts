@@ -37,7 +37,7 @@ describe('the memory of the page', () => {
 
   it('does not grow while 10,000 files come and go', async () => {
     const page = await world.logIn('office');
-    await page.locator('.inboxes a').first().click();
+    await world.openInbox(page, 'Prescriptions');
     const inbox = Number(new URL(page.url()).hash.split('/').at(-1));
     await canPost(page);
     const comeAndGo = (first: number, count: number) => page.evaluate(async ([from, howMany, container]) => {

@@ -24,19 +24,15 @@ describe('the mark of a further inbox', () => {
   it('stays while the review of the same inbox is open, and ends with another inbox or when the files are sent', async () => {
     const page = await world.logIn('office');
     const mark = page.getByRole('checkbox', {name: long});
-    const open = async (kind: string) => {
-      await page.locator('.inboxes details[open]').getByRole('link', {name: kind}).click();
-      await page.locator('h2').getByText(`olga · ${kind}`).waitFor();
-    };
-    await open('Curves');
+    await world.openInbox(page, 'Curves');
     await mark.check();
     await choose(page, noTaskData('first.zip'));
     await page.getByRole('heading', {name: `Send to olga, ${long} · Curves`}).waitFor();
     await page.keyboard.press('Escape');
     await page.locator('dialog.review').waitFor({state: 'detached'});
     expect(await mark.isChecked()).toBe(true);
-    await open('Prescriptions');
-    await open('Curves');
+    await world.openInbox(page, 'Prescriptions');
+    await world.openInbox(page, 'Curves');
     expect(await mark.isChecked()).toBe(false);
     await mark.check();
     await choose(page, noTaskData('second.zip'));

@@ -107,7 +107,7 @@ describe('an event', () => {
   it('is on the screen soon after the acknowledgement of the upload', async () => {
     const page = await world.logIn('office');
     const inbox = Number((await page.locator('.inboxes a').first().getAttribute('href'))!.split('/').at(-1));
-    await page.locator('.inboxes a').first().click();
+    await world.openInbox(page, 'Prescriptions');
     const delays = await page.evaluate(async (target) => {
       const send = async (name: string) => {
         const seen = new Promise<number>((resolve) => {

@@ -97,6 +97,14 @@ export class World {
     await page.locator(`header a[href="#/${view.split('/')[0]}"][aria-current]`).waitFor();
   }
 
+  /** Shows an inbox, by its kind or its place in the list. The page draws it after the click. */
+  async openInbox(page: Page, which: string | number): Promise<void> {
+    const links = page.locator('.inboxes details[open] a');
+    const link = typeof which === 'number' ? links.nth(which) : links.filter({hasText: which});
+    await link.click();
+    await link.and(page.locator('[aria-current=page]')).waitFor();
+  }
+
   /** Keeps a picture of the page if KELVO_PICTURES names a folder. */
   async picture(page: Page, name: string): Promise<void> {
     const folder = process.env['KELVO_PICTURES'];
