@@ -12,6 +12,7 @@ namespace kesdk::impl {
 namespace {
 
 using test::Fault;
+using test::SentRequest;
 using Lines = std::vector<std::string>;
 
 } // namespace
